@@ -1,0 +1,375 @@
+/*
+ * tty_db.h - a registry of terminal lines (TTYs) that lives in the memory of one process.
+ *
+ * A process creates any number of databases.  A database holds lines by category (0 to 5) and id (0 to
+ * 10000).  The ids of a category are grouped into blocks: contiguous ranges that never overlap, either
+ * reserved, resized and released by the caller (manual block management, the default) or made and
+ * freed by the library as lines come and go, ten ids at a time (TTY_DB_OPT_AUTO_BLOCKS).
+ *
+ * Every registered line has an entry of a size that the caller chooses.  The entry begins with
+ * tty_db_tty_type; the rest belongs to the caller, who also hangs keyed items on it.  An iterator
+ * walks the registered lines in order of category, then id.
+ *
+ * Results.  Every operation that can fail returns a result code: 0 is success and the only success.
+ * A failed operation changes nothing but the outputs that its comment names.  Unless a comment says
+ * otherwise, an argument check that fails gives TTY_DB_ERR_INVALID_ARG, before any lock is touched.
+ *
+ * Threads.  Any number of threads call any operation at once.  A database has one reader-writer lock:
+ * an operation that reads waits for it as long as it takes; one that writes tries ten times, 20 ms
+ * apart, then gives up with TTY_DB_ERR_LOCK_FAILED.  An entry has a mutex of its own, which
+ * registration and retrieval take for the caller (TTY_DB_OPT_LOCK_ENTRIES) and tty_db_tty_unlock
+ * gives back.  Deregistering a line waits for the thread that holds its entry, and while it waits
+ * every other operation on the database waits too, or fails to get the lock: a thread that holds an
+ * entry must not wait for another thread that is inside the database.
+ *
+ * Fatal errors.  A lock that cannot be released ends the process, after a system message.
+ */
+#ifndef TTY_DB_H
+#define TTY_DB_H
+
+#include <pthread.h>
+#include <stddef.h>
+#include <stdint.h>
+
+#if defined(__GNUC__)
+#define TTY_DB_API __attribute__((visibility("default")))
+#else
+#define TTY_DB_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Bounds of categories and ids, both inclusive. */
+#define TTY_CATEGORY_MIN 0u
+#define TTY_CATEGORY_MAX 5u
+#define TTY_PORT_MAX 10000u
+
+/* Number of ids in a block that the library makes by itself; the block of id 10000 holds that id alone. */
+#define TTY_DB_AUTO_BLOCK_SIZE 10u
+
+/* Options of tty_db_create. */
+#define TTY_DB_OPT_LOCK_ENTRIES 0x1u /* registration and retrieval hand entries over locked */
+#define TTY_DB_OPT_AUTO_BLOCKS 0x2u  /* the library makes and frees blocks by itself */
+#define TTY_DB_OPT_ALL 0x3u
+
+/* Options of tty_db_block_release and tty_db_block_resize. */
+#define TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG 0x1u /* refuse rather than deregister lines */
+
+/* Result codes.  0 is success. */
+#define TTY_DB_ERR_NO_MEMORY 0xc2580200u       /* an allocation failed */
+#define TTY_DB_ERR_INVALID_ARG 0xa2580400u     /* a NULL pointer, or a value out of range */
+#define TTY_DB_ERR_WRONG_MODE 0xa2580600u      /* the database manages its blocks by itself */
+#define TTY_DB_ERR_LOCK_FAILED 0xa2580800u     /* a lock could not be obtained */
+#define TTY_DB_ERR_LOCK_INIT 0xa2580a00u       /* a lock could not be created */
+#define TTY_DB_ERR_NO_BLOCK 0xa2580c00u        /* no block holds the id, or carries the tag */
+#define TTY_DB_ERR_OVERLAP 0xa2580e00u         /* the range overlaps a block of its category */
+#define TTY_DB_ERR_ITEM_EXISTS 0xa2581000u     /* the entry has an item with this key */
+#define TTY_DB_ERR_TTY_EXISTS 0xa2581200u      /* the line is registered already */
+#define TTY_DB_ERR_NO_MORE 0xa2581400u         /* the iterator has no further line */
+#define TTY_DB_ERR_NO_ITEM 0xa2581600u         /* the entry has no item with this key */
+#define TTY_DB_ERR_NOT_REGISTERED 0x42581800u  /* no line is registered under the id */
+#define TTY_DB_ERR_TTYS_REGISTERED 0xa2581a00u /* lines are registered in the ids to be given up */
+
+/* A database, a block, an iterator and the node of an item: the library's own records. */
+typedef struct tty_db_type tty_db_type;
+typedef struct tty_db_block_type tty_db_block_type;
+typedef struct tty_db_iterator_type tty_db_iterator_type;
+typedef struct tty_db_item_type tty_db_item_type;
+
+/*
+ * The head of every entry.  Declare your own record with a tty_db_tty_type as its first member, give
+ * the size of that record to tty_db_tty_register, and cast the pointer that you get.
+ * Only the library writes these fields.
+ */
+typedef struct tty_db_tty_type {
+  pthread_mutex_t lock;             /* error-checking; use tty_db_tty_unlock to release it */
+  pthread_t lock_owner;             /* who obtained the entry last; 0xFFFFFFFF: nobody; diagnostic */
+  tty_db_item_type *item_list_head; /* most recently created item first */
+} tty_db_tty_type;
+
+/* What a block is, as the details queries report it. */
+typedef struct tty_db_block_details_type {
+  uint32_t category;
+  uint32_t first_tty;         /* lowest id; the block covers first_tty .. first_tty + capacity - 1 */
+  uint32_t capacity;          /* number of ids, at least 1 */
+  const char *tag_name;       /* the block's own copy of its tag, or NULL; lives as long as the block */
+  uint32_t num_registered;    /* number of registered lines in the block */
+  uintptr_t ctx;              /* the caller's value, given at reservation; never interpreted */
+  tty_db_block_type *block_h; /* the block's handle */
+} tty_db_block_details_type;
+
+/* ---- Databases ---- */
+
+/*
+ * Creates an empty database.
+ *   options  any of TTY_DB_OPT_LOCK_ENTRIES and TTY_DB_OPT_AUTO_BLOCKS, or 0; fixed from here on
+ *   db_h     out: the handle; NULL on every failure
+ * Takes no lock.  The caller owns the database and ends it with tty_db_destroy.
+ * Returns 0, TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_NO_MEMORY or TTY_DB_ERR_LOCK_INIT.
+ */
+TTY_DB_API uint32_t tty_db_create(uint32_t options, tty_db_type **db_h);
+
+/*
+ * Destroys a database with all its blocks, lines and items, whatever its options.
+ * Takes the write lock, and waits for the holder of each entry.  On success the handle and every
+ * pointer obtained through it are dead, but for iterators, which can still be ended.  No other thread
+ * may be using the database, or be about to.
+ * Returns 0, TTY_DB_ERR_INVALID_ARG, or TTY_DB_ERR_LOCK_FAILED: then the database is as it was.
+ */
+TTY_DB_API uint32_t tty_db_destroy(tty_db_type *db_h);
+
+/*
+ * Reports how many blocks and how many registered lines a database holds, over all categories.
+ *   num_blocks, num_ttys  out: the counts; either may be NULL; untouched on failure
+ * Takes the read lock.
+ * Returns 0, TTY_DB_ERR_INVALID_ARG or TTY_DB_ERR_LOCK_FAILED.
+ */
+TTY_DB_API uint32_t tty_db_get_details(tty_db_type *db_h, uint32_t *num_blocks, uint32_t *num_ttys);
+
+/* ---- Blocks: for databases with manual block management ---- */
+
+/*
+ * Reserves the ids first_tty .. first_tty + num_ttys - 1 of a category as a block.
+ *   category   0 to TTY_CATEGORY_MAX
+ *   first_tty  0 to TTY_PORT_MAX
+ *   num_ttys   at least 1; the last id is at most TTY_PORT_MAX
+ *   tag_name   a string to find the block by, which is copied, or NULL; tags need not be unique
+ *   ctx        any value, handed back in the block's details
+ *   block_h    out: the handle of the block; NULL on every failure
+ * Takes the write lock.  The database owns the block; tty_db_block_release or tty_db_destroy ends it.
+ * Returns 0, TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_WRONG_MODE, TTY_DB_ERR_LOCK_FAILED,
+ * TTY_DB_ERR_OVERLAP or TTY_DB_ERR_NO_MEMORY.
+ */
+TTY_DB_API uint32_t tty_db_block_reserve(tty_db_type *db_h, uint32_t category, uint32_t first_tty,
+                                         uint32_t num_ttys, const char *tag_name, uintptr_t ctx,
+                                         tty_db_block_type **block_h);
+
+/*
+ * Releases a block, and deregisters the lines that are registered in it.
+ *   block_h  a live block of this database; taken on trust, but for NULL
+ *   options  0, or TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG to be refused if the block has lines
+ * Takes the write lock, and waits for the holder of each entry that it deregisters.
+ * Returns 0: the handle is dead; TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_WRONG_MODE,
+ * TTY_DB_ERR_LOCK_FAILED or TTY_DB_ERR_TTYS_REGISTERED: the block is as it was.
+ */
+TTY_DB_API uint32_t tty_db_block_release(tty_db_type *db_h, tty_db_block_type *block_h, uint32_t options);
+
+/*
+ * Gives a block a new range of ids in its category: grows it, shrinks it at either end, or moves it.
+ * Lines whose ids lie in both ranges stay registered, entries untouched; lines at other ids of the
+ * old range are deregistered.  Handle, tag and ctx stay.
+ *   block_h    a live block of this database; taken on trust, but for NULL
+ *   first_tty  0 to TTY_PORT_MAX
+ *   num_ttys   at least 1; the last id is at most TTY_PORT_MAX
+ *   options    0, or TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG to be refused if a line would be dropped
+ * Takes the write lock, and waits for the holder of each entry that it deregisters.  Only a block
+ * that grows can fail for want of memory.
+ * Returns 0, or, with nothing changed, TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_WRONG_MODE,
+ * TTY_DB_ERR_LOCK_FAILED, TTY_DB_ERR_TTYS_REGISTERED, TTY_DB_ERR_OVERLAP or TTY_DB_ERR_NO_MEMORY.
+ */
+TTY_DB_API uint32_t tty_db_block_resize(tty_db_type *db_h, tty_db_block_type *block_h, uint32_t first_tty,
+                                        uint32_t num_ttys, uint32_t options);
+
+/*
+ * Reports the details of a block, given by its handle (a live block of this database; taken on
+ * trust, but for NULL).
+ *   details  out: a copy of the block's details as they are now; all zeros on failure
+ * The copy's tag_name is the block's own string: do not free it, nor use it after the block's end.
+ * Takes the read lock.
+ * Returns 0, TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_WRONG_MODE or TTY_DB_ERR_LOCK_FAILED.
+ */
+TTY_DB_API uint32_t tty_db_block_details_from_handle(tty_db_type *db_h, tty_db_block_type *block_h,
+                                                     tty_db_block_details_type *details);
+
+/*
+ * As tty_db_block_details_from_handle, for the block that holds an id, registered or not.
+ *   category  0 to TTY_CATEGORY_MAX
+ *   tty_id    0 to TTY_PORT_MAX
+ * Returns TTY_DB_ERR_NO_BLOCK too, where no block holds the id.
+ */
+TTY_DB_API uint32_t tty_db_block_details_from_tty(tty_db_type *db_h, uint32_t category, uint32_t tty_id,
+                                                  tty_db_block_details_type *details);
+
+/*
+ * As tty_db_block_details_from_handle, for the first block, by category, then id, that carries a tag.
+ *   tag_name  compared byte for byte; NULL finds the first block without a tag
+ * Returns TTY_DB_ERR_NO_BLOCK too, where no block carries the tag.
+ */
+TTY_DB_API uint32_t tty_db_block_details_from_tag(tty_db_type *db_h, const char *tag_name,
+                                                  tty_db_block_details_type *details);
+
+/* ---- Lines ---- */
+
+/*
+ * Registers a line and hands out its new entry.  The database must have a block that covers the id;
+ * with TTY_DB_OPT_AUTO_BLOCKS the library makes one where there is none.
+ *   category    0 to TTY_CATEGORY_MAX
+ *   tty_id      0 to TTY_PORT_MAX
+ *   entry_size  size of the caller's record in bytes, at least sizeof(tty_db_tty_type)
+ *   tty         out: the entry, zero-filled behind its head; NULL on every failure
+ * Takes the write lock.  With TTY_DB_OPT_LOCK_ENTRIES the calling thread holds the entry on return
+ * and gives it back with tty_db_tty_unlock.  The database owns the entry, until it is deregistered.
+ * Returns 0, TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_LOCK_FAILED, TTY_DB_ERR_NO_BLOCK (manual block
+ * management), TTY_DB_ERR_TTY_EXISTS, TTY_DB_ERR_NO_MEMORY or TTY_DB_ERR_LOCK_INIT.
+ */
+TTY_DB_API uint32_t tty_db_tty_register(tty_db_type *db_h, uint32_t category, uint32_t tty_id,
+                                        size_t entry_size, tty_db_tty_type **tty);
+
+/*
+ * Deregisters a line: frees its items and its entry, and with TTY_DB_OPT_AUTO_BLOCKS the block that
+ * it leaves empty.
+ *   category  0 to TTY_CATEGORY_MAX
+ *   tty_id    0 to TTY_PORT_MAX
+ * Takes the write lock, and waits until the thread that holds the entry gives it back.  A thread may
+ * deregister a line whose entry it holds itself: its hold ends with the entry.
+ * Returns 0, TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_LOCK_FAILED, TTY_DB_ERR_NO_BLOCK where no block
+ * holds the id, or TTY_DB_ERR_NOT_REGISTERED where a block does.
+ */
+TTY_DB_API uint32_t tty_db_tty_deregister(tty_db_type *db_h, uint32_t category, uint32_t tty_id);
+
+/*
+ * Hands out the entry of a registered line.
+ *   category  0 to TTY_CATEGORY_MAX
+ *   tty_id    0 to TTY_PORT_MAX
+ *   tty       out: the entry.  After a failure do not use it: NULL where a block holds the id and no
+ *             line is registered there, the entry where its lock could not be had, else untouched.
+ * Takes the read lock.  With TTY_DB_OPT_LOCK_ENTRIES it waits for the entry's holder, and the calling
+ * thread holds the entry on return: it gives it back with exactly one tty_db_tty_unlock, and may not
+ * use it afterwards.  Without that option nothing keeps another thread from deregistering the line.
+ * Returns 0, TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_NOT_REGISTERED, or TTY_DB_ERR_LOCK_FAILED, also
+ * where the calling thread holds the entry already.
+ */
+TTY_DB_API uint32_t tty_db_tty_retrieve(tty_db_type *db_h, uint32_t category, uint32_t tty_id,
+                                        tty_db_tty_type **tty);
+
+/*
+ * Gives back an entry that registration or retrieval handed out.
+ *   tty  the entry, held by the calling thread; from another thread the process ends
+ * Takes no database lock, so that it never waits.  Without TTY_DB_OPT_LOCK_ENTRIES it does nothing.
+ * Returns 0 or TTY_DB_ERR_INVALID_ARG.
+ */
+TTY_DB_API uint32_t tty_db_tty_unlock(tty_db_type *db_h, tty_db_tty_type *tty);
+
+/* ---- Items: the caller holds the entry; the library takes no lock ---- */
+
+/*
+ * Hangs a new item on an entry.
+ *   item_key  any value that no other item of the entry has
+ *   size      bytes of data, at least 1
+ *   new_item  out: the data, zero-filled and aligned as malloc does; NULL on every failure
+ * The database owns the data, until the item is destroyed or the line deregistered: never free it.
+ * Returns 0, TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_ITEM_EXISTS or TTY_DB_ERR_NO_MEMORY.
+ */
+TTY_DB_API uint32_t tty_db_item_create(tty_db_tty_type *tty, uint32_t item_key, size_t size,
+                                       void **new_item);
+
+/*
+ * Finds an item of an entry by its key.
+ *   item  out: the data; NULL on every failure
+ * Returns 0, TTY_DB_ERR_INVALID_ARG or TTY_DB_ERR_NO_ITEM.
+ */
+TTY_DB_API uint32_t tty_db_item_get(tty_db_tty_type *tty, uint32_t item_key, void **item);
+
+/*
+ * Frees an item of an entry with its data.
+ * Returns 0, TTY_DB_ERR_INVALID_ARG or TTY_DB_ERR_NO_ITEM.
+ */
+TTY_DB_API uint32_t tty_db_item_destroy(tty_db_tty_type *tty, uint32_t item_key);
+
+/* ---- Iterators: each is advanced by one thread at a time ---- */
+
+/*
+ * Makes an iterator over the registered lines from a start to an end position, both inclusive.
+ *   start_category, end_category  0 to TTY_CATEGORY_MAX
+ *   start_id, end_id              0 to TTY_PORT_MAX
+ *   iterator_h                    out: the iterator; untouched on failure
+ * Takes no lock.  The iterator keeps a position, no lock and no line: the database may change between
+ * advances, and each advance sees it as it is then.  A start behind the end gives an iterator without
+ * lines.  The caller owns the iterator and ends it with tty_db_iterate_end; it must not advance it
+ * after the database is destroyed.
+ * Returns 0, TTY_DB_ERR_INVALID_ARG or TTY_DB_ERR_NO_MEMORY.
+ */
+TTY_DB_API uint32_t tty_db_iterate_start(tty_db_type *db_h, uint32_t start_category, uint32_t start_id,
+                                         uint32_t end_category, uint32_t end_id,
+                                         tty_db_iterator_type **iterator_h);
+
+/*
+ * Advances an iterator to the next registered line.
+ *   category, tty_id  out: the line's position; TTY_CATEGORY_MAX and 0 on every failure
+ * Takes the read lock.
+ * Returns 0, TTY_DB_ERR_NO_MORE, from then on every time, TTY_DB_ERR_INVALID_ARG, or
+ * TTY_DB_ERR_LOCK_FAILED: then the iterator is where it was.
+ */
+TTY_DB_API uint32_t tty_db_iterate_next(tty_db_iterator_type *iterator_h, uint32_t *category,
+                                        uint32_t *tty_id);
+
+/*
+ * Ends an iterator and frees it.  Takes no lock.
+ * Returns 0 or TTY_DB_ERR_INVALID_ARG.
+ */
+TTY_DB_API uint32_t tty_db_iterate_end(tty_db_iterator_type *iterator_h);
+
+/*
+ * ---- Building blocks ----
+ *
+ * The routines behind the operations above, for code that is part of the library's own machinery.
+ * They take no database lock and check no arguments: they assert what they require.  Should the report
+ * of a failed assertion return, a routine that cannot go on leaves with TTY_DB_ERR_INVALID_ARG, outputs
+ * NULL and nothing changed.  REQUIRES: arguments in the ranges given above, and the database's write
+ * lock held by the calling thread, or for the lookups and the walk either lock, but where a comment
+ * says otherwise.
+ */
+
+/* As tty_db_block_reserve, in a database of either mode. */
+TTY_DB_API uint32_t tty_db_block_reserve_internal(tty_db_type *db_h, uint32_t category, uint32_t first_tty,
+                                                  uint32_t num_ttys, const char *tag_name, uintptr_t ctx,
+                                                  tty_db_block_type **block_h);
+
+/* As tty_db_block_release without options, in a database of either mode.  Cannot fail. */
+TTY_DB_API void tty_db_block_release_internal(tty_db_type *db_h, tty_db_block_type *block_h);
+
+/* As tty_db_block_resize without options.  Returns 0, TTY_DB_ERR_OVERLAP or TTY_DB_ERR_NO_MEMORY. */
+TTY_DB_API uint32_t tty_db_block_resize_internal(tty_db_type *db_h, tty_db_block_type *block_h,
+                                                 uint32_t first_tty, uint32_t num_ttys);
+
+/* Finds the block that holds an id or, failing that, the next one above it in the category.
+ *   block  out: the block; NULL with TTY_DB_ERR_NO_BLOCK */
+TTY_DB_API uint32_t tty_db_block_find_lowest_block(tty_db_type *db_h, uint32_t category, uint32_t tty_id,
+                                                   tty_db_block_type **block);
+
+/* Finds the block that holds an id.
+ *   block  out: the block; NULL with TTY_DB_ERR_NO_BLOCK */
+TTY_DB_API uint32_t tty_db_block_find_block_from_tty_id(tty_db_type *db_h, uint32_t category,
+                                                        uint32_t tty_id, tty_db_block_type **block);
+
+/* Finds the first block, by category, then id, with a tag, or for NULL the first without one.
+ *   block  out: the block; NULL with TTY_DB_ERR_NO_BLOCK */
+TTY_DB_API uint32_t tty_db_block_find_block_from_tag(tty_db_type *db_h, const char *tag_name,
+                                                     tty_db_block_type **block);
+
+/* As tty_db_tty_register. */
+TTY_DB_API uint32_t tty_db_tty_register_internal(tty_db_type *db_h, uint32_t category, uint32_t tty_id,
+                                                 size_t entry_size, tty_db_tty_type **tty);
+
+/* Deregisters the line that is registered at an id of a block.  The block dies with its last line in a
+ * database that manages its blocks by itself, unless the block is under release already. */
+TTY_DB_API void tty_db_tty_deregister_internal(tty_db_type *db_h, tty_db_block_type *block,
+                                               uint32_t tty_id);
+
+/* Finds the link (the list head, or a node's link to the next) that holds the item with a key.
+ *   insertion_point  out: the link; NULL with TTY_DB_ERR_NO_ITEM
+ * REQUIRES: the entry held; no database lock is needed. */
+TTY_DB_API uint32_t tty_db_item_find_insertion_point(tty_db_tty_type *tty, uint32_t item_key,
+                                                     tty_db_item_type ***insertion_point);
+
+/* As tty_db_iterate_next. */
+TTY_DB_API uint32_t tty_db_iterate_next_internal(tty_db_iterator_type *iterator_h, uint32_t *category,
+                                                 uint32_t *tty_id);
+
+#ifdef __cplusplus
+} /* extern "C" */
+#endif
+
+#endif /* TTY_DB_H */

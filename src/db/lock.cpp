@@ -1,0 +1,40 @@
+// Taking the database lock for writing.
+
+#include "db/lock.h"
+
+#include <time.h>
+#include <unistd.h>
+
+#undef NDEBUG  // the assertion below is part of every build type
+#include <assert.h>
+
+int tty_db_rwlock_trywrlock(pthread_rwlock_t *rwlock) {
+  const int error = pthread_rwlock_trywrlock(rwlock);
+  if (error != EBUSY) return error;
+
+  // The try does not tell a lock that the calling thread holds from one that another holds; the
+  // timed call does, and with a deadline that has passed it does not wait either.
+  timespec now;
+  const int retval = clock_gettime(CLOCK_REALTIME, &now);
+  assert(retval == 0);
+  const int timed_error = pthread_rwlock_timedwrlock(rwlock, &now);
+  return timed_error == ETIMEDOUT ? EBUSY : timed_error;
+}
+
+bool tty_db_is_writelocked(tty_db_type *db) {
+  const int error = tty_db_rwlock_trywrlock(&db->rwlock);
+  if (error == 0) pthread_rwlock_unlock(&db->rwlock);
+  return error == EDEADLK;
+}
+
+uint32_t tty_db_writelock(tty_db_type *db, tty_db_trace_category category) {
+  if (!TTY_DB_ASSERT(db != NULL)) return TTY_DB_ERR_INVALID_ARG;
+  TTY_DB_TRACE_IF(category, TTY_DB_TRACE_LINE, __func__, "Obtaining writelock for DB %X", db);
+  for (int remaining = TTY_DB_WRITELOCK_ATTEMPTS; remaining > 0; --remaining) {
+    const int error = tty_db_rwlock_trywrlock(&db->rwlock);
+    if (error == 0) return 0;
+    if (error != EBUSY) break;
+    usleep(TTY_DB_WRITELOCK_RETRY_USEC);
+  }
+  return TTY_DB_ERR_LOCK_FAILED;
+}

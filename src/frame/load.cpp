@@ -1,0 +1,77 @@
+// The load and unload hooks, the library-wide trace state that they write, and the exit lines that
+// depend on it.
+//
+// NO_DLLMAIN in the environment (any value) suppresses both hooks: the process then runs without
+// tracing and without texts for the result codes.
+
+#include <stdlib.h>
+
+#include "frame/assert.h"
+#include "frame/messages.h"
+#include "frame/trace.h"
+
+tty_trace_context *tty_db_trace_ctx = nullptr;
+uintptr_t tty_db_trace_enabled = 0;
+uintptr_t tty_db_trace_reg[2] = {0, 0};
+
+extern "C" {
+// Written by the hooks, read by nobody: its address tells that the library is in the process.
+TTY_DB_API int32_t dummy_unused_var = 0;
+}
+
+namespace {
+
+const char *const tty_db_trace_name = "db";
+const char *const tty_db_trace_categories[] = {"global", "block",     "tty",
+                                               "item",   "iteration", nullptr};
+
+// What the hooks are run for.  Threads come and go without a hook of the library's.
+enum : int32_t { kLoad = 0, kUnload = 1, kThreadStart = 2, kThreadEnd = 3 };
+
+int32_t vu_dllmain(void * /*handle*/, int32_t reason, void * /*reserved*/) {
+  switch (reason) {
+    case kLoad:
+      tty_debug_initialize(tty_db_trace_name, tty_db_trace_reg[1], tty_db_trace_categories,
+                           tty_db_trace_reg, 0, &tty_db_trace_ctx, &tty_db_trace_enabled);
+      qerr_register_dll(TTY_DB_COMPONENT, "qerrno/libttydb_error.dll");
+      break;
+    case kUnload:
+      tty_debug_cleanup(tty_db_trace_name, tty_db_trace_ctx, tty_db_trace_enabled);
+      break;
+    case kThreadStart:
+    case kThreadEnd:
+      break;
+    default:
+      TTY_DB_ASSERT_TEXT(false, "FALSE");
+  }
+  return 0;
+}
+
+bool hooks_suppressed() { return getenv("NO_DLLMAIN") != nullptr; }
+
+__attribute__((constructor)) void load_hook() {
+  dummy_unused_var = 0;
+  if (hooks_suppressed()) return;
+  vu_dllmain(nullptr, kLoad, nullptr);
+}
+
+__attribute__((destructor)) void unload_hook() {
+  dummy_unused_var = 0;
+  if (hooks_suppressed()) return;
+  if (__in_dlclose() == 0) return;
+  vu_dllmain(nullptr, kUnload, nullptr);
+}
+
+}  // namespace
+
+void tty_db_trace_result(tty_db_trace_category category, const char *routine, int line,
+                         uint32_t rc) {
+  if (rc == 0) {
+    tty_db_trace_line(category, TTY_DB_TRACE_EXIT, routine, line, "EXITED   '%s' :SUCCESS",
+                      routine);
+    return;
+  }
+  const char *text = qerr_strerror(rc);
+  tty_db_trace_line(category, TTY_DB_TRACE_EXIT, routine, line, "EXITED   '%s' [0x%x]:%s", routine,
+                    rc, text != nullptr ? text : "UNREGISTERED");
+}

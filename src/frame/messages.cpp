@@ -1,0 +1,75 @@
+// The message records and the reports that raise them.  The records are writable: they are the
+// logger's to use.
+
+#include "frame/messages.h"
+
+#include <stddef.h>
+#include <stdlib.h>
+#include <string.h>
+
+static_assert(sizeof(tty_db_msg_limit_type) == 32);
+static_assert(sizeof(tty_db_msg_rec_type) == 72);
+static_assert(offsetof(tty_db_msg_rec_type, mnemonic) == 40);
+static_assert(offsetof(tty_db_msg_rec_type, severity) == 50);
+static_assert(offsetof(tty_db_msg_rec_type, id) == 64);
+
+namespace {
+
+constexpr uint16_t kCritical = 2;
+constexpr uint16_t kError = 3;
+
+constexpr tty_db_msg_rec_type message_record(uint16_t number, uint16_t severity,
+                                             const char *mnemonic, tty_db_msg_limit_type *limit,
+                                             const char *format) {
+  return {nullptr,  format, limit,    "TTY_DB", "MGBL",
+          mnemonic, 1,      severity, {},       TTY_DB_COMPONENT << 16 | number,
+          0};
+}
+
+}  // namespace
+
+tty_db_msg_limit_type kel_msg_limit_tty_db_panic = {{1}};
+tty_db_msg_limit_type kel_msg_limit_tty_db_lock_error = {{1}};
+tty_db_msg_limit_type kel_msg_limit_tty_db_lock_busy = {{1}};
+tty_db_msg_limit_type kel_msg_limit_tty_db_kernel_error = {{1}};
+
+tty_db_msg_rec_type kel_msg_rec_tty_db_panic = message_record(
+    3, kCritical, "PANIC", &kel_msg_limit_tty_db_panic,
+    "The TTY DB library has encountered a critical error and must restart the process.");
+
+tty_db_msg_rec_type kel_msg_rec_tty_db_lock_error =
+    message_record(2, kError, "LOCK_ERROR", &kel_msg_limit_tty_db_lock_error,
+                   "Lock operation failed: Requester (0x%x) Owner (0x%x) Lock address (%p) Error "
+                   "(%d) Reason : %s");
+
+tty_db_msg_rec_type kel_msg_rec_tty_db_lock_busy = message_record(
+    1, kError, "LOCK_BUSY", &kel_msg_limit_tty_db_lock_busy,
+    "Lock busy, Lock operation failed: Requester (0x%x) Owner (0x%x) Lock address (%p)");
+
+tty_db_msg_rec_type kel_msg_rec_tty_db_kernel_error =
+    message_record(0, kError, "KERNEL_ERROR", &kel_msg_limit_tty_db_kernel_error,
+                   "Kernel operation failed unexpectedly: %s (%d)");
+
+void tty_db_report_kernel_error(tty_db_trace_category category, const char *operation, int error,
+                                const char *routine, int line) {
+  if (tty_db_trace_on(category)) {
+    tty_db_trace_line(category, TTY_DB_TRACE_LINE, routine, line,
+                      "Kernel operation failed unexpectedly: %s, '%s' (%d)", operation,
+                      strerror(error), error);
+  }
+  kel_errmsg(&kel_msg_rec_tty_db_kernel_error, kError, operation, error);
+}
+
+void tty_db_fatal_error(tty_db_trace_category category, const char *operation, int error,
+                        const char *routine, int line) {
+  tty_db_report_kernel_error(category, operation, error, routine, line);
+  kel_errmsg(&kel_msg_rec_tty_db_panic, kCritical);
+  abort();
+}
+
+void tty_db_trace_failed_call(tty_db_trace_category category, const char *call, int error,
+                              const char *routine, int line) {
+  if (!tty_db_trace_on(category)) return;
+  tty_db_trace_line(category, TTY_DB_TRACE_LINE, routine, line, "%s() returned: %d, '%s'", call,
+                    error, strerror(error));
+}
