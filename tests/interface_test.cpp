@@ -1,0 +1,540 @@
+// What a caller may rely on: results, outputs and counts of the operations, one table a subject.
+
+#include <string.h>
+
+#include <algorithm>
+#include <functional>
+
+#include "support/database.h"
+
+namespace {
+
+using host::result_name;
+using Lines = std::vector<std::pair<uint32_t, uint32_t>>;
+using Counts = std::pair<uint32_t, uint32_t>;
+
+template <typename T>
+T *marker() {
+  static char byte;
+  return reinterpret_cast<T *>(&byte);
+}
+
+// One call: what it returns, what it says of its arguments, and what an output holds afterwards.
+struct Rejection {
+  std::function<uint32_t()> call;
+  const char *result;
+  const char *lines;  // the lines that it traces for its checks, each closed by a bar
+};
+
+void expect_rejected(const std::vector<Rejection> &cases) {
+  for (size_t i = 0; i < cases.size(); ++i) {
+    SCOPED_TRACE(i);
+    host::clear();
+    host::trace(true);
+    const uint32_t rc = cases[i].call();
+    host::trace(false);
+    std::string lines;
+    for (const std::string &entry : host::log()) {
+      const size_t text = entry.find(" . ");
+      if (text != std::string::npos) lines += entry.substr(entry.find(": ") + 2) + "|";
+    }
+    EXPECT_EQ(result_name(rc), cases[i].result);
+    EXPECT_EQ(lines, cases[i].lines);
+  }
+}
+
+TEST(Interface, BadArgumentsAreRejectedEachWithItsLine) {
+  Database db(kLock);
+  Database automatic(kAuto);
+  tty_db_type *made = marker<tty_db_type>();
+  tty_db_block_type *block = nullptr;
+  tty_db_block_details_type details;
+  tty_db_tty_type *tty = marker<tty_db_tty_type>();
+  tty_db_tty_type *no_tty = nullptr;
+  tty_db_iterator_type *iterator = nullptr;
+  void *item = nullptr;
+  uint32_t category = 1;
+  uint32_t id = 1;
+  tty_db_block_type *live = db.reserve(0, 0, 10);
+  tty_db_tty_type *entry = db.add(0, 5);
+  const char *const bad = "INVALID_ARG";
+  expect_rejected({
+      {[&] { return tty_db_create(4, &made); }, bad, "Invalid options argument|"},
+      {[&] { return tty_db_create(0, nullptr); }, bad, "NULL handle pointer argument|"},
+      {[&] { return tty_db_create(7, nullptr); }, bad,
+       "Invalid options argument|NULL handle pointer argument|"},
+      {[&] { return tty_db_destroy(nullptr); }, bad, "NULL handle pointer argument|"},
+      {[&] { return tty_db_get_details(nullptr, &id, &id); }, bad, "NULL handle pointer argument|"},
+
+      {[&] { return tty_db_block_reserve(nullptr, 6, 0, 1, nullptr, 0, nullptr); }, bad,
+       "NULL DB handle|NULL Block handle|Invalid category 6|"},
+      {[&] { return tty_db_block_reserve(db, 0, 0, 0, nullptr, 0, &block); }, bad,
+       "Invalid first TTY / number of TTYs|"},
+      {[&] { return tty_db_block_reserve(db, 0, 1, 10001, nullptr, 0, &block); }, bad,
+       "Invalid first TTY / number of TTYs|"},
+      {[&] { return tty_db_block_reserve(db, 0, 0xFFFFFFFF, 2, nullptr, 0, &block); }, bad,
+       "Invalid first TTY / number of TTYs|"},
+      {[&] { return tty_db_block_reserve(automatic, 0, 0, 0, nullptr, 0, &block); }, bad,
+       "Invalid first TTY / number of TTYs|"},
+      {[&] { return tty_db_block_reserve(automatic, 0, 0, 1, nullptr, 0, &block); }, "WRONG_MODE",
+       "DB has automatic block management|"},
+      {[&] { return tty_db_block_release(nullptr, nullptr, 2); }, bad,
+       "NULL DB handle|NULL Block handle|Invalid block options 0x2|"},
+      {[&] { return tty_db_block_release(automatic, live, 0); }, "WRONG_MODE",
+       "DB has automatic block management|"},
+      {[&] { return tty_db_block_resize(nullptr, nullptr, 1, 10001, 3); }, bad,
+       "NULL DB handle|NULL Block handle|Invalid first TTY / number of TTYs|Invalid block options "
+       "0x3|"},
+      {[&] { return tty_db_block_resize(db, live, 10001, 0, 0); }, bad,
+       "Invalid first TTY / number of TTYs|"},
+      {[&] { return tty_db_block_resize(automatic, live, 0, 1, 0); }, "WRONG_MODE",
+       "DB has automatic block management|"},
+      {[&] { return tty_db_block_details_from_handle(nullptr, nullptr, nullptr); }, bad,
+       "NULL DB handle|NULL Block handle|NULL Details pointer|"},
+      {[&] { return tty_db_block_details_from_tty(nullptr, 6, 10001, nullptr); }, bad,
+       "NULL DB handle|NULL Details pointer|Invalid category 6|Invalid first TTY|"},
+      {[&] { return tty_db_block_details_from_tag(nullptr, "x", nullptr); }, bad,
+       "NULL DB handle|NULL Details pointer|"},
+      {[&] { return tty_db_block_details_from_tag(automatic, nullptr, &details); }, "WRONG_MODE",
+       "DB has automatic block management|"},
+
+      {[&] { return tty_db_tty_register(nullptr, 6, 10001, sizeof(tty_db_tty_type) - 1, nullptr); },
+       bad,
+       "NULL DB handle|Invalid category 6|Invalid TTY Id 10001|Invalid entry size 55 (need "
+       "56)|NULL "
+       "TTY handle|"},
+      {[&] { return tty_db_tty_deregister(nullptr, 6, 10001); }, bad,
+       "NULL DB handle|Invalid category 6|Invalid TTY Id 10001|"},
+      {[&] { return tty_db_tty_retrieve(nullptr, 6, 10001, nullptr); }, bad,
+       "NULL DB handle|Invalid category 6|Invalid TTY Id 10001|NULL TTY output variable|"},
+      {[&] { return tty_db_tty_retrieve(db, 0, 10001, &tty); }, bad, "Invalid TTY Id 10001|"},
+      {[&] { return tty_db_tty_unlock(nullptr, nullptr); }, bad,
+       "NULL DB handle|NULL TTY entry structure|"},
+
+      {[&] { return tty_db_item_create(nullptr, 1, 0, nullptr); }, bad,
+       "NULL TTY entry pointer|0 size is illegal|NULL item output pointer|"},
+      {[&] { return tty_db_item_get(nullptr, 1, nullptr); }, bad,
+       "NULL TTY entry pointer|NULL item output pointer|"},
+      {[&] { return tty_db_item_get(entry, 1, nullptr); }, bad, "NULL item output pointer|"},
+      {[&] { return tty_db_item_destroy(nullptr, 1); }, bad, "NULL TTY entry pointer|"},
+
+      {[&] { return tty_db_iterate_start(nullptr, 6, 10001, 7, 10002, nullptr); }, bad,
+       "NULL DB handle|Invalid start category 6|Invalid start Id 10001|Invalid end category "
+       "7|Invalid "
+       "end Id 10002|NULL iterator handle output variable|"},
+      {[&] { return tty_db_iterate_next(nullptr, nullptr, nullptr); }, bad,
+       "NULL Iterator handle|NULL category output argument|NULL TTY ID output argument|"},
+      {[&] { return tty_db_iterate_end(nullptr); }, bad, "NULL iterator argument|"},
+  });
+
+  // Outputs after a rejection: set to their failure values, or untouched.
+  EXPECT_EQ(made, nullptr);
+  EXPECT_EQ(tty, marker<tty_db_tty_type>());
+  memset(&details, 0xff, sizeof(details));
+  EXPECT_EQ(tty_db_block_details_from_tty(db, 6, 0, &details), TTY_DB_ERR_INVALID_ARG);
+  EXPECT_EQ(details.block_h, nullptr);
+  EXPECT_EQ(details.category, 0u);
+  block = marker<tty_db_block_type>();
+  EXPECT_EQ(tty_db_block_reserve(db, 6, 0, 1, nullptr, 0, &block), TTY_DB_ERR_INVALID_ARG);
+  EXPECT_EQ(block, nullptr);
+  EXPECT_EQ(tty_db_tty_register(db, 0, 1, 0, &tty), TTY_DB_ERR_INVALID_ARG);
+  EXPECT_EQ(tty, no_tty);
+  item = &db;
+  EXPECT_EQ(tty_db_item_create(entry, 1, 0, &item), TTY_DB_ERR_INVALID_ARG);
+  EXPECT_EQ(item, nullptr);
+  iterator = marker<tty_db_iterator_type>();
+  EXPECT_EQ(tty_db_iterate_start(db, 6, 0, 0, 0, &iterator), TTY_DB_ERR_INVALID_ARG);
+  EXPECT_EQ(iterator, marker<tty_db_iterator_type>());
+  EXPECT_EQ(tty_db_iterate_next(nullptr, &category, &id), TTY_DB_ERR_INVALID_ARG);
+  EXPECT_EQ(Counts(category, id), Counts(5, 0));
+  EXPECT_EQ(db.counts(), Counts(1, 1));
+}
+
+TEST(Interface, Creation) {
+  for (uint32_t options = 0; options <= TTY_DB_OPT_ALL; ++options) {
+    Database db(options);
+    EXPECT_EQ(db.counts(), Counts(0, 0));
+    EXPECT_EQ(tty_db_get_details(db, nullptr, nullptr), 0u);
+    EXPECT_EQ(db.lines(), Lines());
+  }
+}
+
+struct ReserveCase {
+  uint32_t category, first, count;
+  const char *result;
+};
+
+TEST(Interface, Reservation) {
+  Database db(0);
+  db.reserve(1, 10, 10);
+  db.reserve(1, 30, 10);
+  tty_db_block_type *block = nullptr;
+  const ReserveCase cases[] = {
+      {1, 19, 1, "OVERLAP"},    {1, 5, 6, "OVERLAP"}, {1, 0, 10001, "OVERLAP"},
+      {1, 15, 2, "OVERLAP"},    {1, 20, 10, "OK"},    {1, 0, 10, "OK"},
+      {1, 40, 1, "OK"},         {2, 0, 10001, "OK"},  {3, 10000, 1, "OK"},
+      {3, 10000, 1, "OVERLAP"}, {0, 10, 10, "OK"},
+  };
+  for (const ReserveCase &c : cases) {
+    SCOPED_TRACE(testing::Message() << c.category << ":" << c.first << "+" << c.count);
+    block = marker<tty_db_block_type>();
+    EXPECT_EQ(result_name(tty_db_block_reserve(db, c.category, c.first, c.count, "t", 1, &block)),
+              c.result);
+    if (block == nullptr) continue;
+    tty_db_block_details_type d;
+    EXPECT_EQ(tty_db_block_details_from_handle(db, block, &d), 0u);
+    EXPECT_EQ(std::vector<uint64_t>({d.category, d.first_tty, d.capacity, d.num_registered, d.ctx}),
+              std::vector<uint64_t>({c.category, c.first, c.count, 0, 1}));
+    EXPECT_EQ(d.block_h, block);
+    EXPECT_STREQ(d.tag_name, "t");
+  }
+  EXPECT_EQ(db.counts(), Counts(8, 0));
+}
+
+TEST(Interface, DetailsByLineAndTag) {
+  Database db(0);
+  db.reserve(4, 0, 5, "same", 40);
+  db.reserve(1, 100, 5, "same", 12);
+  db.reserve(1, 50, 10, "same", 11);
+  db.reserve(1, 70, 10, "", 13);
+  db.reserve(2, 0, 1, nullptr, 20);
+  tty_db_block_details_type d;
+  struct {
+    uint32_t category, id;
+    const char *result;
+    uintptr_t ctx;
+  } const by_line[] = {{1, 50, "OK", 11},      {1, 59, "OK", 11},  {1, 60, "NO_BLOCK", 0},
+                       {1, 49, "NO_BLOCK", 0}, {1, 104, "OK", 12}, {1, 105, "NO_BLOCK", 0},
+                       {0, 0, "NO_BLOCK", 0},  {4, 4, "OK", 40}};
+  for (const auto &c : by_line) {
+    EXPECT_EQ(result_name(tty_db_block_details_from_tty(db, c.category, c.id, &d)), c.result)
+        << c.id;
+    EXPECT_EQ(d.ctx, c.ctx);
+    EXPECT_EQ(d.block_h != nullptr, c.ctx != 0);
+  }
+  struct {
+    const char *tag;
+    const char *result;
+    uintptr_t ctx;
+  } const by_tag[] = {
+      {"same", "OK", 11}, {"", "OK", 13}, {nullptr, "OK", 20}, {"Same", "NO_BLOCK", 0}};
+  for (const auto &c : by_tag) {
+    EXPECT_EQ(result_name(tty_db_block_details_from_tag(db, c.tag, &d)), c.result);
+    EXPECT_EQ(d.ctx, c.ctx);
+  }
+  // The library copies the caller's tag once, and hands out that copy.
+  char own_tag[] = "mine";
+  tty_db_block_type *block = db.reserve(0, 0, 1, own_tag);
+  own_tag[0] = 'M';
+  tty_db_block_details_type first;
+  EXPECT_EQ(tty_db_block_details_from_tag(db, "mine", &first), 0u);
+  EXPECT_EQ(tty_db_block_details_from_handle(db, block, &d), 0u);
+  EXPECT_EQ(first.tag_name, d.tag_name);
+}
+
+TEST(Interface, ReleaseDeregistersOrRefuses) {
+  Database db(kLock);
+  tty_db_block_type *left = db.reserve(0, 0, 10, "left");
+  tty_db_block_type *middle = db.reserve(0, 10, 10);
+  tty_db_block_type *right = db.reserve(0, 20, 10);
+  db.add(0, 10);
+  db.add(0, 19);
+  db.add(0, 20);
+  EXPECT_EQ(tty_db_block_release(db, middle, TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG),
+            TTY_DB_ERR_TTYS_REGISTERED);
+  EXPECT_EQ(db.counts(), Counts(3, 3));
+  EXPECT_EQ(tty_db_block_release(db, middle, 0), 0u);
+  EXPECT_EQ(db.counts(), Counts(2, 1));
+  EXPECT_EQ(db.lines(), (Lines{{0, 20}}));
+  EXPECT_EQ(tty_db_block_release(db, left, TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG), 0u);
+  EXPECT_EQ(tty_db_block_release(db, right, 0), 0u);
+  EXPECT_EQ(db.counts(), Counts(0, 0));
+  EXPECT_GE(host::zeros_at_last_free(), sizeof(tty_db_block_details_type) + 16);
+}
+
+TEST(Interface, RegistrationUnderManualManagement) {
+  Database db(0);
+  db.reserve(2, 10, 10);
+  tty_db_tty_type *tty = marker<tty_db_tty_type>();
+  EXPECT_EQ(tty_db_tty_register(db, 2, 9, sizeof(Entry), &tty), TTY_DB_ERR_NO_BLOCK);
+  EXPECT_EQ(tty, nullptr);
+  EXPECT_EQ(tty_db_tty_register(db, 2, 10, sizeof(Entry), &tty), 0u);
+  for (const unsigned char byte : reinterpret_cast<Entry *>(tty)->own) EXPECT_EQ(byte, 0);
+  EXPECT_EQ(tty->item_list_head, nullptr);
+  tty_db_tty_type *again = marker<tty_db_tty_type>();
+  EXPECT_EQ(tty_db_tty_register(db, 2, 10, sizeof(Entry), &again), TTY_DB_ERR_TTY_EXISTS);
+  EXPECT_EQ(again, nullptr);
+  EXPECT_EQ(tty_db_tty_register(db, 2, 19, sizeof(tty_db_tty_type), &again), 0u);
+  EXPECT_EQ(db.counts(), Counts(1, 2));
+  EXPECT_EQ(tty_db_tty_deregister(db, 2, 11), TTY_DB_ERR_NOT_REGISTERED);
+  EXPECT_EQ(tty_db_tty_deregister(db, 2, 20), TTY_DB_ERR_NO_BLOCK);
+  EXPECT_EQ(tty_db_tty_deregister(db, 2, 10), 0u);
+  EXPECT_EQ(tty_db_tty_deregister(db, 2, 10), TTY_DB_ERR_NOT_REGISTERED);
+  EXPECT_EQ(db.counts(), Counts(1, 1));
+}
+
+TEST(Interface, AutomaticBlocksComeAndGoWithTheirLines) {
+  Database db(kAuto);
+  struct {
+    bool add;
+    uint32_t id;
+    Counts after;
+  } const steps[] = {{true, 15, {1, 1}},  {true, 17, {1, 2}},     {true, 9, {2, 3}},
+                     {true, 10, {2, 4}},  {true, 9999, {3, 5}},   {true, 10000, {4, 6}},
+                     {false, 15, {4, 5}}, {false, 17, {4, 4}},    {false, 10, {3, 3}},
+                     {false, 9, {2, 2}},  {false, 10000, {1, 1}}, {true, 10000, {2, 2}}};
+  for (const auto &step : steps) {
+    SCOPED_TRACE(step.id);
+    if (step.add) {
+      db.add(2, step.id);
+    } else {
+      EXPECT_EQ(tty_db_tty_deregister(db, 2, step.id), 0u);
+    }
+    EXPECT_EQ(db.counts(), step.after);
+  }
+  EXPECT_EQ(tty_db_tty_deregister(db, 2, 15), TTY_DB_ERR_NO_BLOCK);
+}
+
+TEST(Interface, RetrievalAndItsOutput) {
+  Database db(kLock);
+  db.reserve(3, 100, 10);
+  db.reserve(3, 200, 10);
+  tty_db_tty_type *entry = db.add(3, 105);
+  struct {
+    uint32_t category, id;
+    const char *result;
+    tty_db_tty_type *tty;
+  } const cases[] = {{3, 150, "NOT_REGISTERED", marker<tty_db_tty_type>()},
+                     {3, 99, "NOT_REGISTERED", marker<tty_db_tty_type>()},
+                     {3, 110, "NOT_REGISTERED", marker<tty_db_tty_type>()},
+                     {3, 210, "NOT_REGISTERED", marker<tty_db_tty_type>()},
+                     {0, 0, "NOT_REGISTERED", marker<tty_db_tty_type>()},
+                     {3, 106, "NOT_REGISTERED", nullptr},
+                     {3, 200, "NOT_REGISTERED", nullptr},
+                     {3, 105, "OK", entry},
+                     {3, 105, "LOCK_FAILED", entry}};  // held by this thread now
+  for (const auto &c : cases) {
+    host::clear();
+    tty_db_tty_type *tty = marker<tty_db_tty_type>();
+    EXPECT_EQ(result_name(tty_db_tty_retrieve(db, c.category, c.id, &tty)), c.result) << c.id;
+    EXPECT_EQ(tty, c.tty) << c.id;
+  }
+  EXPECT_EQ(host::log_text(),
+            "wait tty_db_lock_tty\nwait over\n"
+            "message KERNEL_ERROR 3 Kernel operation failed unexpectedly: Obtain TTY lock (35)\n");
+  EXPECT_TRUE(pthread_equal(entry->lock_owner, pthread_self()));
+  EXPECT_EQ(tty_db_tty_unlock(db, entry), 0u);
+  EXPECT_EQ(entry->lock_owner, 0xFFFFFFFFu);
+  // The read lock was given back each time: a writer gets it.
+  EXPECT_EQ(tty_db_tty_deregister(db, 3, 105), 0u);
+}
+
+TEST(Interface, WithoutEntryLockingNothingIsHeld) {
+  Database db(kAuto);
+  tty_db_tty_type *entry = db.add(0, 1);
+  tty_db_tty_type *tty = nullptr;
+  const long locks = host::calls("pthread_mutex_trylock") + host::calls("pthread_mutex_lock");
+  EXPECT_EQ(tty_db_tty_retrieve(db, 0, 1, &tty), 0u);
+  EXPECT_EQ(tty_db_tty_retrieve(db, 0, 1, &tty), 0u);
+  EXPECT_EQ(tty_db_tty_unlock(db, tty), 0u);
+  EXPECT_EQ(host::calls("pthread_mutex_trylock") + host::calls("pthread_mutex_lock"), locks);
+  EXPECT_TRUE(pthread_equal(entry->lock_owner, pthread_self()));
+}
+
+TEST(Interface, AThreadDeregistersAnEntryThatItHolds) {
+  host::clear();
+  Database db(kLock | kAuto);
+  tty_db_tty_type *tty = db.add(0, 1, true);
+  void *item = nullptr;
+  EXPECT_EQ(tty_db_item_create(tty, 1, 8, &item), 0u);
+  EXPECT_EQ(tty_db_tty_deregister(db, 0, 1), 0u);
+  EXPECT_EQ(db.counts(), Counts(0, 0));
+  EXPECT_EQ(host::log_text().find("assert"), std::string::npos);
+  db.add(0, 2, true);  // destroyed away below
+}
+
+TEST(Interface, Items) {
+  Database db(kAuto | kLock);
+  tty_db_tty_type *tty = db.add(0, 0, true);
+  tty_db_tty_type *other = db.add(0, 1, true);
+  const size_t allocations = host::live_allocations();
+  void *data = nullptr;
+  for (const uint32_t key : {1u, 0u, 0xFFFFFFFFu}) {
+    for (const size_t size : {1, 100}) {
+      EXPECT_EQ(tty_db_item_create(tty, key, size, &data), size == 1 ? 0u : TTY_DB_ERR_ITEM_EXISTS);
+      EXPECT_EQ(data == nullptr, size != 1);
+    }
+    EXPECT_EQ(tty_db_item_get(tty, key, &data), 0u);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(data) % alignof(max_align_t), 0u);
+    EXPECT_EQ(*static_cast<char *>(data), 0);
+    *static_cast<char *>(data) = static_cast<char>(key + 1);
+  }
+  EXPECT_EQ(tty_db_item_create(tty, 2, SIZE_MAX, &data), TTY_DB_ERR_NO_MEMORY);
+  EXPECT_EQ(tty_db_item_create(tty, 2, SIZE_MAX - 20, &data), TTY_DB_ERR_NO_MEMORY);
+  EXPECT_EQ(data, nullptr);
+  EXPECT_EQ(tty_db_item_get(other, 1, &data), TTY_DB_ERR_NO_ITEM);
+
+  // The list runs from the newest item to the oldest, also around the removal of a middle one.
+  const auto keys = [&] {
+    std::vector<uint32_t> found;
+    tty_db_item_type **link = nullptr;
+    for (const uint32_t key : {1u, 0u, 0xFFFFFFFFu}) {
+      host::clear();
+      host::trace(true);
+      if (tty_db_item_find_insertion_point(tty, key, &link) == 0) {
+        const std::vector<std::string> log = host::log();
+        found.push_back(static_cast<uint32_t>(log.size()) - 3);  // position in the list, from 1
+      }
+      host::trace(false);
+    }
+    return found;
+  };
+  EXPECT_EQ(keys(), (std::vector<uint32_t>{3, 2, 1}));
+  EXPECT_EQ(tty_db_item_destroy(tty, 0), 0u);
+  EXPECT_GE(host::zeros_at_last_free(), sizeof(void *) + sizeof(uint32_t));
+  EXPECT_EQ(keys(), (std::vector<uint32_t>{2, 1}));
+  EXPECT_EQ(tty_db_item_destroy(tty, 0), TTY_DB_ERR_NO_ITEM);
+  EXPECT_EQ(tty_db_item_get(tty, 1, &data), 0u);
+  EXPECT_EQ(*static_cast<char *>(data), 2);
+  EXPECT_EQ(tty_db_item_destroy(tty, 1), 0u);
+  EXPECT_EQ(tty_db_item_destroy(tty, 0xFFFFFFFF), 0u);
+  EXPECT_EQ(tty->item_list_head, nullptr);
+  EXPECT_EQ(host::live_allocations(), allocations);
+}
+
+TEST(Interface, IteratorsYieldTheirRange) {
+  Database db(0);
+  db.reserve(0, 0, 10001);
+  db.reserve(1, 5, 20);
+  db.reserve(1, 30, 5);
+  db.reserve(5, 10000, 1);
+  for (const uint32_t id : {0, 7, 10000}) db.add(0, id);
+  for (const uint32_t id : {5, 24, 30, 34}) db.add(1, id);
+  db.add(5, 10000);
+  struct {
+    uint32_t start_category, start_id, end_category, end_id;
+    Lines lines;
+  } const cases[] = {
+      {0, 0, 5, 10000, {{0, 0}, {0, 7}, {0, 10000}, {1, 5}, {1, 24}, {1, 30}, {1, 34}, {5, 10000}}},
+      {0, 7, 1, 24, {{0, 7}, {0, 10000}, {1, 5}, {1, 24}}},
+      {0, 8, 1, 23, {{0, 10000}, {1, 5}}},
+      {1, 25, 1, 29, {}},
+      {1, 25, 1, 33, {{1, 30}}},
+      {1, 35, 5, 9999, {}},
+      {5, 10000, 5, 10000, {{5, 10000}}},
+      {2, 0, 1, 10000, {}},  // the start lies behind the end
+      {0, 8, 0, 7, {}},
+  };
+  for (const auto &c : cases) {
+    EXPECT_EQ(db.lines(c.start_category, c.start_id, c.end_category, c.end_id), c.lines);
+  }
+}
+
+TEST(Interface, IteratorsSeeTheDatabaseAsItIsAtEachAdvance) {
+  Database db(0);
+  tty_db_block_type *block = db.reserve(0, 0, 20);
+  for (const uint32_t id : {1, 5, 9}) db.add(0, id);
+  tty_db_iterator_type *iterator = nullptr;
+  ASSERT_EQ(tty_db_iterate_start(db, 0, 0, 5, 10000, &iterator), 0u);
+  uint32_t category = 9;
+  uint32_t id = 9;
+  const auto next = [&] {
+    const uint32_t rc = tty_db_iterate_next(iterator, &category, &id);
+    return rc == 0 ? static_cast<int>(category * 100000 + id) : -1;
+  };
+  EXPECT_EQ(next(), 1);
+  db.add(0, 0);                                    // behind the position: not seen
+  EXPECT_EQ(tty_db_tty_deregister(db, 0, 5), 0u);  // ahead: gone
+  db.add(0, 2);                                    // ahead: seen
+  EXPECT_EQ(next(), 2);
+  EXPECT_EQ(tty_db_block_resize(db, block, 9, 100, 0), 0u);  // found by its new range
+  EXPECT_EQ(next(), 9);
+  db.reserve(3, 0, 1);
+  db.add(3, 0);
+  EXPECT_EQ(tty_db_block_release(db, block, 0), 0u);
+  EXPECT_EQ(next(), 300000);
+  EXPECT_EQ(next(), -1);
+  db.reserve(5, 0, 1);
+  db.add(5, 0);
+  EXPECT_EQ(next(), -1);  // exhausted for good
+  EXPECT_EQ(tty_db_iterate_end(iterator), 0u);
+  EXPECT_GE(host::zeros_at_last_free(), 24u);
+}
+
+struct ResizeCase {
+  const char *what;
+  uint32_t first, count, options;
+  const char *result;
+  std::vector<uint32_t> lines;  // of the block resized, afterwards
+};
+
+TEST(Interface, Resize) {
+  const uint32_t refuse = TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG;
+  const ResizeCase cases[] = {
+      {"the same range", 100, 10, refuse, "OK", {100, 105, 109}},
+      {"grow at the top", 100, 100, refuse, "OK", {100, 105, 109}},
+      {"grow at the bottom", 90, 20, refuse, "OK", {100, 105, 109}},
+      {"grow to the neighbours", 10, 190, refuse, "OK", {100, 105, 109}},
+      {"shrink over free ids", 100, 10, refuse, "OK", {100, 105, 109}},
+      {"shrink at both ends", 101, 8, 0, "OK", {105}},
+      {"shrink refused at the bottom", 101, 9, refuse, "TTYS_REGISTERED", {100, 105, 109}},
+      {"shrink refused at the top", 100, 9, refuse, "TTYS_REGISTERED", {100, 105, 109}},
+      {"shift up", 105, 10, 0, "OK", {105, 109}},
+      {"shift down", 96, 10, 0, "OK", {100, 105}},
+      {"move past a neighbour", 300, 10, 0, "OK", {}},
+      {"move below a neighbour", 10, 10, 0, "OK", {}},
+      {"move refused", 300, 10, refuse, "TTYS_REGISTERED", {100, 105, 109}},
+      {"move to the very end", 10000, 1, 0, "OK", {}},
+      {"overlap below", 9, 101, refuse, "OVERLAP", {100, 105, 109}},
+      {"overlap above", 100, 101, refuse, "OVERLAP", {100, 105, 109}},
+      {"overlap far away", 205, 1, 0, "OVERLAP", {100, 105, 109}},
+      {"refusal ahead of overlap", 205, 1, refuse, "TTYS_REGISTERED", {100, 105, 109}},
+  };
+  for (const ResizeCase &c : cases) {
+    // The second time without memory for a new array, which only a block that grows needs.
+    for (const bool no_memory : {false, true}) {
+      SCOPED_TRACE(testing::Message() << c.what << (no_memory ? ", no memory" : ""));
+      Database db(kLock);
+      db.reserve(0, 0, 10);
+      tty_db_block_type *block = db.reserve(0, 100, 10, "tag", 7);
+      db.reserve(0, 200, 10);
+      std::vector<tty_db_tty_type *> entries(10001);
+      for (const uint32_t id : {100, 105, 109, 5, 205}) entries[id] = db.add(0, id);
+      if (no_memory) host::fail_call(1, "calloc");
+      const std::string result =
+          result_name(tty_db_block_resize(db, block, c.first, c.count, c.options));
+      const bool failed = host::end_failing() == "calloc";
+      const bool starved = failed && c.count > 10;
+      EXPECT_EQ(result, starved ? "NO_MEMORY" : c.result);
+      EXPECT_EQ(failed, no_memory && c.result == std::string("OK"));
+
+      const bool changed = result == "OK";
+      const std::vector<uint32_t> ids = changed ? c.lines : std::vector<uint32_t>{100, 105, 109};
+      tty_db_block_details_type d;
+      EXPECT_EQ(tty_db_block_details_from_handle(db, block, &d), 0u);
+      EXPECT_EQ(Counts(d.first_tty, d.capacity),
+                changed ? Counts(c.first, c.count) : Counts(100, 10));
+      EXPECT_EQ(d.num_registered, ids.size());
+      EXPECT_EQ(d.ctx, 7u);
+      EXPECT_STREQ(d.tag_name, "tag");
+      EXPECT_EQ(db.counts(), Counts(3, static_cast<uint32_t>(ids.size()) + 2));
+      for (uint32_t id = 0; id <= TTY_PORT_MAX; ++id) {
+        const bool kept = id == 5 || id == 205 || std::count(ids.begin(), ids.end(), id) != 0;
+        tty_db_tty_type *tty = nullptr;
+        EXPECT_EQ(tty_db_tty_retrieve(db, 0, id, &tty), kept ? 0u : TTY_DB_ERR_NOT_REGISTERED)
+            << id;
+        EXPECT_EQ(tty, kept ? entries[id] : nullptr) << id;
+        if (tty != nullptr) tty_db_tty_unlock(db, tty);
+      }
+      uint32_t last =
+          0;  // the list is in order: the lookups find each block, each above the one before
+      for (tty_db_block_type *b = nullptr; last <= TTY_PORT_MAX; last = d.first_tty + d.capacity) {
+        if (tty_db_block_find_lowest_block(db, 0, last, &b) != 0) break;
+        EXPECT_EQ(tty_db_block_details_from_handle(db, b, &d), 0u);
+        EXPECT_GE(d.first_tty, last);
+      }
+    }
+  }
+}
+
+}  // namespace

@@ -1,0 +1,331 @@
+// Long random sequences of operations, checked after every step against a plain model of what a
+// database holds, in both block modes, with and without entry locking, and with allocations that
+// fail.
+
+#include <string.h>
+
+#include <algorithm>
+#include <deque>
+#include <map>
+#include <memory>
+#include <random>
+#include <set>
+#include <tuple>
+
+#include "block/block.h"
+#include "support/database.h"
+
+namespace {
+
+using host::result_name;
+
+struct ModelLine {
+  tty_db_tty_type *tty = nullptr;
+  std::deque<std::pair<uint32_t, char *>> items;  // newest first
+};
+
+struct ModelBlock {
+  uint32_t first = 0;
+  uint32_t count = 0;
+  std::string tag;
+  tty_db_block_type *handle = nullptr;
+  bool holds(uint32_t id) const { return id >= first && id < first + count; }
+};
+
+class Model {
+ public:
+  Model(uint32_t options, unsigned seed)
+      : db_(options), automatic_(options & kAuto), random_(seed) {}
+
+  void run(int steps) {
+    for (int step = 0; step < steps && !testing::Test::HasFailure(); ++step) {
+      SCOPED_TRACE(testing::Message() << "step " << step);
+      category_ = below(100) < 80 ? 1 : below(TTY_CATEGORY_MAX + 1);
+      // Few distinct ids, so that operations meet; at times the ends of the range.
+      id_ = below(100) < 90 ? below(120) : below(2) != 0 ? TTY_PORT_MAX - below(25) : below(10001);
+      one_step();
+      check();
+    }
+  }
+
+ private:
+  uint32_t below(uint32_t bound) { return static_cast<uint32_t>(random_() % bound); }
+  auto &lines() { return lines_[category_]; }
+  auto &blocks() { return blocks_[category_]; }
+
+  ModelBlock *block_of(uint32_t id) {
+    for (ModelBlock &block : blocks()) {
+      if (block.holds(id)) return &block;
+    }
+    return nullptr;
+  }
+  ModelBlock *any_block() {
+    return blocks().empty() ? nullptr : &blocks()[below(static_cast<uint32_t>(blocks().size()))];
+  }
+  bool overlaps(uint32_t first, uint32_t count, const ModelBlock *but) {
+    return std::any_of(blocks().begin(), blocks().end(), [&](const ModelBlock &block) {
+      return &block != but && first < block.first + block.count && block.first < first + count;
+    });
+  }
+  void erase_block(const ModelBlock *gone) {
+    blocks().erase(blocks().begin() + (gone - blocks().data()));
+  }
+  template <typename Dropped>
+  bool any_line(Dropped dropped) {
+    return std::any_of(lines().begin(), lines().end(),
+                       [&](auto &line) { return dropped(line.first); });
+  }
+  template <typename Dropped>
+  void erase_lines(Dropped dropped) {
+    for (auto line = lines().begin(); line != lines().end();) {
+      line = dropped(line->first) ? lines().erase(line) : std::next(line);
+    }
+  }
+
+  // At times makes an allocation of the next operation fail.
+  void starve_at_times() {
+    if (below(6) != 0) return;
+    host::fail_call(1 + static_cast<int>(below(3)), below(4) == 0 ? "strdup" : "calloc");
+  }
+
+  // Compares a result with the expected one.  An operation whose allocation has failed may run out
+  // of memory instead.  Returns whether it has taken effect.
+  bool took_effect(uint32_t rc, const char *expected) {
+    const std::string failed = host::end_failing();
+    const bool starved = (failed == "calloc" || failed == "strdup") && rc != 0;
+    EXPECT_EQ(result_name(rc), starved ? "NO_MEMORY" : expected);
+    return rc == 0;
+  }
+
+  void one_step() {
+    const uint32_t choice = below(100);
+    if (choice < 35) return add_line();
+    if (choice < 50) return remove_line();
+    if (choice < 70) return change_items();
+    if (choice < 80) return reserve();
+    if (choice < 95) return resize();
+    release();
+  }
+
+  void add_line() {
+    tty_db_tty_type *tty = nullptr;
+    ModelBlock *block = block_of(id_);
+    const char *expected = lines().count(id_) != 0           ? "TTY_EXISTS"
+                           : block == nullptr && !automatic_ ? "NO_BLOCK"
+                                                             : "OK";
+    starve_at_times();
+    if (!took_effect(tty_db_tty_register(db_, category_, id_, sizeof(Entry) + below(100), &tty),
+                     expected)) {
+      EXPECT_EQ(tty, nullptr);
+      return;
+    }
+    lines()[id_].tty = tty;
+    if (block == nullptr) {
+      const uint32_t first = id_ - id_ % 10;
+      blocks().push_back({first, std::min(10u, TTY_PORT_MAX - first + 1), "", nullptr});
+    }
+    EXPECT_EQ(tty_db_tty_unlock(db_, tty), 0u);
+  }
+
+  void remove_line() {
+    const bool known = lines().count(id_) != 0;
+    ModelBlock *block = block_of(id_);
+    const uint32_t rc = tty_db_tty_deregister(db_, category_, id_);
+    took_effect(rc, known ? "OK" : block != nullptr ? "NOT_REGISTERED" : "NO_BLOCK");
+    lines().erase(id_);
+    if (known && automatic_ && !any_line([&](uint32_t id) { return block->holds(id); })) {
+      erase_block(block);
+    }
+  }
+
+  void change_items() {
+    tty_db_tty_type *tty = nullptr;
+    const bool known = lines().count(id_) != 0;
+    const uint32_t rc = tty_db_tty_retrieve(db_, category_, id_, &tty);
+    EXPECT_EQ(result_name(rc), known ? "OK" : "NOT_REGISTERED");
+    if (!known || rc != 0) return;
+    auto &items = lines()[id_].items;
+    const uint32_t key = below(6);
+    const auto item = std::find_if(items.begin(), items.end(),
+                                   [&](const auto &candidate) { return candidate.first == key; });
+    void *data = nullptr;
+    if (below(2) == 0) {
+      starve_at_times();
+      const uint32_t made = tty_db_item_create(tty, key, 1 + below(50), &data);
+      if (took_effect(made, item != items.end() ? "ITEM_EXISTS" : "OK")) {
+        items.emplace_front(key, static_cast<char *>(data));
+        EXPECT_EQ(*static_cast<char *>(data), 0);
+        *static_cast<char *>(data) = static_cast<char>(key + 1);
+      } else {
+        EXPECT_EQ(data, nullptr);
+      }
+    } else {
+      took_effect(tty_db_item_destroy(tty, key), item != items.end() ? "OK" : "NO_ITEM");
+      if (item != items.end()) items.erase(item);
+    }
+    EXPECT_EQ(tty_db_tty_unlock(db_, tty), 0u);
+  }
+
+  void reserve() {
+    const uint32_t count = 1 + below(below(5) == 0 ? 200 : 12);
+    const std::string tag = below(2) == 0 ? "" : "tag" + std::to_string(below(4));
+    tty_db_block_type *handle = nullptr;
+    starve_at_times();
+    const uint32_t rc = tty_db_block_reserve(db_, category_, id_, count,
+                                             tag.empty() ? nullptr : tag.c_str(), id_, &handle);
+    const char *expected = id_ + count - 1 > TTY_PORT_MAX  ? "INVALID_ARG"
+                           : automatic_                    ? "WRONG_MODE"
+                           : overlaps(id_, count, nullptr) ? "OVERLAP"
+                                                           : "OK";
+    if (took_effect(rc, expected)) blocks().push_back({id_, count, tag, handle});
+    EXPECT_EQ(handle == nullptr, rc != 0);
+  }
+
+  void resize() {
+    ModelBlock *block = automatic_ ? nullptr : any_block();
+    if (block == nullptr) return;
+    // Mostly near to where the block is, so that ids stay.
+    const uint32_t first =
+        below(4) == 0 ? id_ : block->first - std::min(block->first, below(6)) + below(6);
+    const uint32_t count = below(4) == 0
+                               ? 1 + below(300)
+                               : 1 + block->count + below(6) - std::min(block->count, below(6));
+    const uint32_t options = below(2);
+    const auto dropped = [&](uint32_t id) {
+      return block->holds(id) && (id < first || id >= first + count);
+    };
+    const char *expected = first + count - 1 > TTY_PORT_MAX    ? "INVALID_ARG"
+                           : options != 0 && any_line(dropped) ? "TTYS_REGISTERED"
+                           : overlaps(first, count, block)     ? "OVERLAP"
+                                                               : "OK";
+    starve_at_times();
+    const uint32_t rc = tty_db_block_resize(db_, block->handle, first, count, options);
+    EXPECT_TRUE(rc != TTY_DB_ERR_NO_MEMORY || count > block->count);
+    if (!took_effect(rc, expected)) return;
+    erase_lines(dropped);
+    block->first = first;
+    block->count = count;
+  }
+
+  void release() {
+    ModelBlock *block = automatic_ ? nullptr : any_block();
+    if (block == nullptr) return;
+    const uint32_t options = below(2);
+    const auto held = [&](uint32_t id) { return block->holds(id); };
+    const uint32_t rc = tty_db_block_release(db_, block->handle, options);
+    if (!took_effect(rc, options != 0 && any_line(held) ? "TTYS_REGISTERED" : "OK")) return;
+    erase_lines(held);
+    erase_block(block);
+  }
+
+  void check() {
+    // The counts and the walk over all lines.
+    uint32_t num_blocks = 0;
+    std::vector<std::pair<uint32_t, uint32_t>> expected;
+    for (uint32_t category = 0; category <= TTY_CATEGORY_MAX; ++category) {
+      num_blocks += static_cast<uint32_t>(blocks_[category].size());
+      for (const auto &line : lines_[category]) expected.emplace_back(category, line.first);
+    }
+    EXPECT_EQ(db_.counts(), std::make_pair(num_blocks, static_cast<uint32_t>(expected.size())));
+    EXPECT_EQ(db_.lines(), expected);
+    check_blocks();
+    check_line();
+  }
+
+  // The category's list against the model: order, ranges, counts, slots.
+  void check_blocks() {
+    std::sort(blocks().begin(), blocks().end(), [](const ModelBlock &one, const ModelBlock &other) {
+      return one.first < other.first;
+    });
+    const tty_db_block_type *block = db_.get()->block_lists[category_];
+    for (const ModelBlock &wanted : blocks()) {
+      ASSERT_NE(block, nullptr);
+      EXPECT_EQ(std::make_tuple(block->details.first_tty, block->details.capacity),
+                std::make_tuple(wanted.first, wanted.count));
+      const char *tag = block->details.tag_name;
+      EXPECT_EQ(std::string(tag != nullptr ? tag : ""), wanted.tag);
+      uint32_t registered = 0;
+      for (uint32_t slot = 0; slot < block->details.capacity; ++slot) {
+        if (block->ttys[slot] == nullptr) continue;
+        ++registered;
+        EXPECT_EQ(block->ttys[slot], lines()[wanted.first + slot].tty);
+      }
+      EXPECT_EQ(block->details.num_registered, registered);
+      block = block->next_block;
+    }
+    EXPECT_EQ(block, nullptr);
+  }
+
+  // The line that the step was about: its entry and its items.
+  void check_line() {
+    const auto line = lines().find(id_);
+    tty_db_tty_type *tty = nullptr;
+    const uint32_t rc = tty_db_tty_retrieve(db_, category_, id_, &tty);
+    EXPECT_EQ(rc, line != lines().end() ? 0 : TTY_DB_ERR_NOT_REGISTERED);
+    if (rc != 0 || line == lines().end()) return;
+    EXPECT_EQ(tty, line->second.tty);
+    for (const auto &item : line->second.items) {
+      void *data = nullptr;
+      EXPECT_EQ(tty_db_item_get(tty, item.first, &data), 0u);
+      EXPECT_EQ(data, item.second);
+      EXPECT_EQ(*item.second, static_cast<char>(item.first + 1));
+    }
+    EXPECT_EQ(tty_db_tty_unlock(db_, tty), 0u);
+  }
+
+  Database db_;
+  bool automatic_;
+  std::mt19937 random_;
+  uint32_t category_ = 0;
+  uint32_t id_ = 0;
+  std::map<uint32_t, ModelLine> lines_[TTY_CATEGORY_MAX + 1];
+  std::vector<ModelBlock> blocks_[TTY_CATEGORY_MAX + 1];
+};
+
+class ModelTest : public testing::TestWithParam<uint32_t> {};
+
+TEST_P(ModelTest, RandomOperationsMatchTheModel) {
+  for (unsigned seed = 1; seed <= 8; ++seed) {
+    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    Model(GetParam(), seed).run(1500);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(AllOptions, ModelTest, testing::Range(0u, TTY_DB_OPT_ALL + 1));
+
+// A block of all ids with a line at each, through many resizes.
+TEST(FullBlock, SurvivesRandomResizes) {
+  std::mt19937 random(7);
+  Database db(0);
+  tty_db_block_type *block = db.reserve(0, 0, TTY_PORT_MAX + 1);
+  std::vector<tty_db_tty_type *> entries(TTY_PORT_MAX + 1);
+  uint32_t registered = 0;
+  for (int round = 0; round < 300; ++round) {
+    const auto first = static_cast<uint32_t>(random() % 60);
+    const auto last = static_cast<uint32_t>(TTY_PORT_MAX - random() % 60);
+    const bool starve = random() % 4 == 0;
+    const uint32_t old_count = block->details.capacity;
+    if (starve) host::fail_call(1, "calloc");
+    const uint32_t rc = tty_db_block_resize(db, block, first, last - first + 1, 0);
+    EXPECT_EQ(rc, host::end_failing().empty() || last - first + 1 <= old_count
+                      ? 0
+                      : TTY_DB_ERR_NO_MEMORY);
+    if (rc != 0) continue;
+    registered = 0;
+    for (uint32_t id = 0; id <= TTY_PORT_MAX; ++id) {
+      if (id < first || id > last) {
+        entries[id] = nullptr;
+        continue;
+      }
+      tty_db_tty_type *slot = block->ttys[id - first];
+      EXPECT_EQ(slot, entries[id]);
+      if (slot == nullptr) entries[id] = db.add(0, id);
+      ++registered;
+    }
+    ASSERT_EQ(block->details.num_registered, registered);
+    ASSERT_EQ(db.counts(), std::make_pair(1u, registered));
+  }
+  EXPECT_EQ(db.lines().size(), registered);
+}
+
+}  // namespace

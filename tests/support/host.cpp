@@ -1,0 +1,312 @@
+#include "support/host.h"
+
+#include <stdarg.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <map>
+#include <mutex>
+#include <thread>
+#include <unordered_map>
+
+#include "tty_platform.h"
+
+namespace {
+
+// The calls on mutexes are among those that this file is handed, so that it cannot use one.
+class SpinLock {
+ public:
+  void lock() {
+    while (busy_.test_and_set(std::memory_order_acquire)) std::this_thread::yield();
+  }
+  void unlock() { busy_.clear(std::memory_order_release); }
+
+ private:
+  std::atomic_flag busy_ = ATOMIC_FLAG_INIT;
+};
+using Guard = std::lock_guard<SpinLock>;
+
+SpinLock mutex;
+std::vector<std::string> entries;
+std::map<const void *, std::string> names;
+std::atomic<bool> returns{false};
+std::atomic<int> waiting{0};
+tty_trace_category categories[5];
+tty_trace_context context = {categories, 5};
+uintptr_t *trace_switch = nullptr;
+
+void record(const std::string &entry) {
+  const Guard guard(mutex);
+  entries.push_back(entry);
+}
+
+std::string pointer_name(const void *pointer) {
+  if (pointer == nullptr) return "0";
+  const Guard guard(mutex);
+  const auto found = names.find(pointer);
+  return found != names.end() ? found->second : "..";
+}
+
+std::string number(const char *format, unsigned long long value) {
+  char text[32];
+  snprintf(text, sizeof(text), format, value);
+  return text;
+}
+
+std::string format_words(const char *format, va_list args) {
+  std::string text;
+  for (const char *c = format; *c != '\0'; ++c) {
+    if (*c != '%') {
+      text += *c;
+      continue;
+    }
+    ++c;
+    if (*c == 'l') ++c;
+    if (*c == 's') text += va_arg(args, const char *);
+    if (*c == 'd') text += number("%lld", va_arg(args, unsigned long long));
+    if (*c == 'u') text += number("%llu", va_arg(args, unsigned long long));
+    if (*c == 'x') text += number("%llx", va_arg(args, unsigned long long));
+    if (*c == 'X') text += pointer_name(va_arg(args, const void *));
+  }
+  return text;
+}
+
+}  // namespace
+
+namespace host {
+
+std::vector<std::string> log() {
+  const Guard guard(mutex);
+  return entries;
+}
+
+std::string log_text() {
+  std::string text;
+  for (const std::string &entry : log()) text += entry + "\n";
+  return text;
+}
+
+void clear() {
+  const Guard guard(mutex);
+  entries.clear();
+  names.clear();
+}
+
+void name(const void *pointer, const std::string &name) {
+  const Guard guard(mutex);
+  names[pointer] = name;
+}
+
+void trace(bool on) { *trace_switch = on ? 1 : 0; }
+void assertions_return(bool on) { returns = on; }
+int num_waiting() { return waiting; }
+
+std::string result_name(uint32_t rc) {
+  static const char *const kNames[] = {
+      "OK",        "NO_MEMORY", "INVALID_ARG",    "WRONG_MODE",     "LOCK_FAILED",
+      "LOCK_INIT", "NO_BLOCK",  "OVERLAP",        "ITEM_EXISTS",    "TTY_EXISTS",
+      "NO_MORE",   "NO_ITEM",   "NOT_REGISTERED", "TTYS_REGISTERED"};
+  const uint32_t index = rc >> 9 & 0x3f;
+  const uint32_t top = rc == 0       ? 0
+                       : index == 1  ? 0xc2580000
+                       : index == 12 ? 0x42580000
+                                     : 0xa2580000;
+  return index <= 13 && rc == (top | index << 9) ? kNames[index] : "unknown";
+}
+
+}  // namespace host
+
+void tty_debug_initialize(const char *client, uintptr_t, const char *const *category_names,
+                          uintptr_t *, int, tty_trace_context **out, uintptr_t *enabled) {
+  for (int i = 0; category_names[i] != nullptr; ++i) categories[i] = {client, category_names[i], 1};
+  *out = &context;
+  trace_switch = enabled;
+}
+
+void tty_debug_cleanup(const char *, tty_trace_context *, uintptr_t) {}
+
+void tty_trace(tty_trace_category *category, int level, int flags, uintptr_t, int kind,
+               const char *routine, int line, const char *format, ...) {
+  va_list args;
+  va_start(args, format);
+  const std::string text = format_words(format, args);
+  va_end(args);
+  const char *mark = kind == 0 ? "." : kind == 1 ? ">" : kind == 2 ? "<" : "?";
+  const bool sound = level == 5 && flags == 0 && line > 0;
+  record(std::string(category->name) + " " + mark + " " + routine + ": " + text +
+         (sound ? "" : " UNSOUND"));
+}
+
+void tty_ltrace_assert(const char *routine, int, const char *expression) {
+  record(std::string("assert ") + routine + ": " + expression);
+  if (returns) return;
+  fprintf(stderr, "assert %s: %s\n", routine, expression);
+  abort();
+}
+
+int qerr_register_dll(uint32_t component, const char *path) {
+  return component == 1200 && strcmp(path, "qerrno/libttydb_error.dll") == 0 ? 0 : -1;
+}
+
+// Knows all codes but one.
+const char *qerr_strerror(uint32_t code) {
+  static const char text[] = "text";
+  return code == TTY_DB_ERR_NO_MORE ? nullptr : text;
+}
+
+int kel_errmsg(const void *message, int severity, ...) {
+  const auto *rec = static_cast<const tty_db_msg_rec_type *>(message);
+  char text[256];
+  va_list args;
+  va_start(args, severity);
+  vsnprintf(text, sizeof(text), rec->format, args);
+  va_end(args);
+  record("message " + std::string(rec->mnemonic) + " " + std::to_string(severity) + " " + text);
+  fprintf(stderr, "message %s %s\n", rec->mnemonic, text);
+  return 0;
+}
+
+void ptd_set_mutex_block(pthread_mutex_t *, const char *routine, int) {
+  record(std::string("wait ") + routine);
+  ++waiting;
+}
+
+void ptd_unset_mutex_block(void) {
+  --waiting;
+  record("wait over");
+}
+
+int __in_dlclose(void) { return 0; }
+
+// The calls of the library's that can be made to fail.  The linker hands them here (--wrap).
+namespace {
+
+struct {
+  int nth = 0;
+  std::string function;
+  int error = 0;
+  std::string failed;
+} thread_local fault;
+
+struct Heap {
+  SpinLock mutex;
+  std::unordered_map<void *, size_t> live;
+  size_t zeros = 0;
+  std::map<std::string, long> calls;
+};
+
+Heap &heap() {
+  static Heap &instance = *new Heap;  // outlives every destructor
+  return instance;
+}
+
+bool fails(const char *function) {
+  {
+    const Guard guard(heap().mutex);
+    ++heap().calls[function];
+  }
+  if (fault.nth == 0 || (!fault.function.empty() && fault.function != function)) return false;
+  if (--fault.nth != 0) return false;
+  fault.failed = function;
+  fprintf(stderr, "failing %s\n", function);
+  return true;
+}
+
+void *track(void *pointer, size_t size) {
+  const Guard guard(heap().mutex);
+  if (pointer != nullptr) heap().live[pointer] = size;
+  return pointer;
+}
+
+}  // namespace
+
+namespace host {
+
+void fail_call(int nth, const std::string &function, int error) {
+  fault = {nth, function, error, ""};
+}
+
+std::string end_failing() {
+  const std::string failed = fault.failed;
+  fault = {};
+  return failed;
+}
+
+long calls(const std::string &function) {
+  const Guard guard(heap().mutex);
+  return heap().calls[function];
+}
+
+size_t live_allocations() {
+  const Guard guard(heap().mutex);
+  return heap().live.size();
+}
+
+size_t zeros_at_last_free() {
+  const Guard guard(heap().mutex);
+  return heap().zeros;
+}
+
+}  // namespace host
+
+// NOLINTBEGIN(bugprone-reserved-identifier): the linker gives these names
+extern "C" {
+
+void *__real_calloc(size_t count, size_t size);
+char *__real_strdup(const char *text);
+void __real_free(void *pointer);
+void *__wrap_calloc(size_t count, size_t size);
+char *__wrap_strdup(const char *text);
+void __wrap_free(void *pointer);
+
+void *__wrap_calloc(size_t count, size_t size) {
+  return fails("calloc") ? nullptr : track(__real_calloc(count, size), count * size);
+}
+
+char *__wrap_strdup(const char *text) {
+  if (fails("strdup")) return nullptr;
+  return static_cast<char *>(track(__real_strdup(text), strlen(text) + 1));
+}
+
+void __wrap_free(void *pointer) {
+  {
+    const Guard guard(heap().mutex);
+    const auto found = heap().live.find(pointer);
+    if (found != heap().live.end()) {
+      const auto *bytes = static_cast<const unsigned char *>(pointer);
+      heap().zeros = 0;
+      while (heap().zeros < found->second && bytes[heap().zeros] == 0) ++heap().zeros;
+      heap().live.erase(found);
+    }
+  }
+  __real_free(pointer);
+}
+
+#define WRAP(function, parameters, arguments) \
+  int __real_##function parameters;           \
+  int __wrap_##function parameters;           \
+  int __wrap_##function parameters {          \
+    if (fails(#function)) return fault.error; \
+    return __real_##function arguments;       \
+  }
+
+WRAP(pthread_rwlock_init, (pthread_rwlock_t * lock, const pthread_rwlockattr_t *attr), (lock, attr))
+WRAP(pthread_rwlock_rdlock, (pthread_rwlock_t * lock), (lock))
+WRAP(pthread_rwlock_trywrlock, (pthread_rwlock_t * lock), (lock))
+WRAP(pthread_rwlock_timedwrlock, (pthread_rwlock_t * lock, const timespec *when), (lock, when))
+WRAP(pthread_rwlock_unlock, (pthread_rwlock_t * lock), (lock))
+WRAP(pthread_rwlock_destroy, (pthread_rwlock_t * lock), (lock))
+WRAP(pthread_mutexattr_init, (pthread_mutexattr_t * attr), (attr))
+WRAP(pthread_mutexattr_settype, (pthread_mutexattr_t * attr, int type), (attr, type))
+WRAP(pthread_mutex_init, (pthread_mutex_t * lock, const pthread_mutexattr_t *attr), (lock, attr))
+WRAP(pthread_mutex_trylock, (pthread_mutex_t * lock), (lock))
+WRAP(pthread_mutex_lock, (pthread_mutex_t * lock), (lock))
+WRAP(pthread_mutex_unlock, (pthread_mutex_t * lock), (lock))
+WRAP(pthread_mutex_destroy, (pthread_mutex_t * lock), (lock))
+WRAP(clock_gettime, (clockid_t clock, timespec *when), (clock, when))
+WRAP(usleep, (useconds_t duration), (duration))
+}
+// NOLINTEND(bugprone-reserved-identifier)

@@ -1,0 +1,54 @@
+// A host for the library under test: it provides the platform services, records what the library
+// asks of them, and makes calls that the library makes fail on demand.
+
+#ifndef TTY_DB_TESTS_SUPPORT_HOST_H
+#define TTY_DB_TESTS_SUPPORT_HOST_H
+
+#include <string>
+#include <vector>
+
+#include "tty_db.h"
+
+namespace host {
+
+// What the library has asked for, in order, since the last clear(), one string each:
+//   trace     "block > routine: text" (">" entry line, "<" exit line, "." other line)
+//   assertion "assert routine: expression"
+//   message   "message MNEMONIC 3 text"
+//   wait      "wait routine" and "wait over"
+// A pointer that name() has named is printed by that name, any other as "..", NULL as "0".
+std::vector<std::string> log();
+std::string log_text();
+void clear();
+void name(const void *pointer, const std::string &name);
+
+// Turns recording of trace lines on and off; off at first.
+void trace(bool on);
+
+// What a failed assertion does: it is recorded and returns, or ends the process (at first).
+void assertions_return(bool on);
+
+// How many threads have announced that they wait for a mutex.
+int num_waiting();
+
+// Makes the nth call of the calling thread from now on fail, of `function` or, where that is empty,
+// of all that can be made to fail.  An allocation returns NULL, any other call `error`, having done
+// nothing.
+void fail_call(int nth, const std::string &function = "", int error = 22);
+// Ends that.  Returns the function whose call has failed, or "".
+std::string end_failing();
+
+// Number of calls that the process has made of a function that can be made to fail.
+long calls(const std::string &function);
+
+// Allocations of the library's that are not freed yet.
+size_t live_allocations();
+// Number of leading zero bytes in the allocation freed last.
+size_t zeros_at_last_free();
+
+// The thirteen results, by their names without the prefix, and 0 as "OK".
+std::string result_name(uint32_t rc);
+
+}  // namespace host
+
+#endif  // TTY_DB_TESTS_SUPPORT_HOST_H
