@@ -229,6 +229,7 @@ class Model {
     EXPECT_EQ(db_.counts(), std::make_pair(num_blocks, static_cast<uint32_t>(expected.size())));
     EXPECT_EQ(db_.lines(), expected);
     check_blocks();
+    check_directory();
     check_line();
   }
 
@@ -254,6 +255,30 @@ class Model {
       block = block->next_block;
     }
     EXPECT_EQ(block, nullptr);
+  }
+
+  // The directory against the list, by its own invariants.
+  void check_directory() {
+    tty_db_type *db = db_.get();
+    const tty_db_directory_type &directory = db->directories[category_];
+    tty_db_block_type *const *link = &db->block_lists[category_];
+    std::vector<const tty_db_block_type *> first(TTY_DB_NUM_RUNS);
+    for (; *link != nullptr; link = &(*link)->next_block) {
+      const tty_db_block_type *block = *link;
+      EXPECT_EQ(block->link, link);
+      for (uint32_t id = block->details.first_tty; id < tty_db_block_end(block); ++id) {
+        if (first[id / TTY_DB_RUN_SIZE] == nullptr) first[id / TTY_DB_RUN_SIZE] = block;
+      }
+    }
+    EXPECT_EQ(directory.tail, link);
+    for (uint32_t run = 0; run < TTY_DB_NUM_RUNS; ++run) {
+      ASSERT_EQ(directory.first_in_run[run], first[run]) << run;
+      ASSERT_EQ((directory.runs_in_use[run / 64] >> run % 64 & 1) != 0, first[run] != nullptr)
+          << run;
+    }
+    for (uint32_t id = 0; id <= TTY_PORT_MAX; ++id) {
+      ASSERT_EQ((directory.registered[id / 64] >> id % 64 & 1) != 0, lines().count(id) != 0) << id;
+    }
   }
 
   // The line that the step was about: its entry and its items.

@@ -4,19 +4,19 @@
 // line or
 // ".", routine, text.  Pointers are printed by name where a scenario names them.
 
+#include <algorithm>
 #include <fstream>
 #include <functional>
-#include <sstream>
 
 #include "support/database.h"
 
 namespace {
 
-std::string transcript_file(const std::string &scenario) {
+std::vector<std::string> transcript(const std::string &scenario) {
   std::ifstream file(std::string(TRANSCRIPTS) + "/" + scenario + ".txt");
-  std::ostringstream text;
-  text << file.rdbuf();
-  return text.str();
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(file, line);) lines.push_back(line);
+  return lines;
 }
 
 struct Scenario {
@@ -207,7 +207,13 @@ TEST(Trace, Transcripts) {
     scenario.run();
     host::trace(false);
     std::ofstream(scenario.name + std::string(".actual")) << host::log_text();
-    EXPECT_EQ(host::log_text(), transcript_file(scenario.name));
+    // Only the first difference: what follows is shifted.
+    const std::vector<std::string> actual = host::log();
+    const std::vector<std::string> expected = transcript(scenario.name);
+    for (size_t line = 0; line < std::min(actual.size(), expected.size()); ++line) {
+      ASSERT_EQ(actual[line], expected[line]) << scenario.name << ".txt, line " << line + 1;
+    }
+    EXPECT_EQ(actual.size(), expected.size());
   }
   EXPECT_EQ(host::live_allocations(), 0u);
 }

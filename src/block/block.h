@@ -18,8 +18,9 @@ struct tty_db_block_type {
   tty_db_block_type *next_block;      // NULL too while the block is in no list
   tty_db_block_details_type details;  // what callers see
   tty_db_tty_type *
-      *ttys;           // slots of ids from first_tty up; at least `capacity`; NULL: not registered
-  bool under_release;  // its lines are being deregistered for its own release
+      *ttys;  // slots of ids from first_tty up; at least `capacity`; NULL: not registered
+  tty_db_block_type **link;  // the link that holds this block; NULL while none does
+  bool under_release;        // its lines are being deregistered for its own release
 };
 
 // The slot index of an id in a block.  An id below the block's first wraps to an index past the

@@ -4,6 +4,8 @@
 
 #include <string.h>
 
+#include "block/directory.h"
+
 uint32_t tty_db_block_find_insertion_point(tty_db_type *db_h, uint32_t category, uint32_t tty_id,
                                            tty_db_block_type ***insertion_point) {
   TTY_DB_TRACE_IF(TTY_DB_TRACE_BLOCK, TTY_DB_TRACE_ENTRY, __func__,
@@ -18,7 +20,7 @@ uint32_t tty_db_block_find_insertion_point(tty_db_type *db_h, uint32_t category,
   uint32_t rc = TTY_DB_ERR_INVALID_ARG;
   if (has_output) *insertion_point = nullptr;
   if (has_output && has_list) {
-    tty_db_block_type **link = &db_h->block_lists[category];
+    tty_db_block_type **link = tty_db_directory_start(db_h, category, tty_id);
     while (*link != nullptr && tty_id >= tty_db_block_end(*link)) link = &(*link)->next_block;
     *insertion_point = link;
     rc = 0;
@@ -38,11 +40,10 @@ uint32_t tty_db_block_check_for_overlap(tty_db_type *db_h, uint32_t category, ui
 
   uint32_t rc = has_list ? 0 : TTY_DB_ERR_INVALID_ARG;
   if (has_list) {
-    const tty_db_block_type *block = db_h->block_lists[category];
-    for (; block != nullptr; block = block->next_block) {
-      const bool overlaps =
-          first_tty < tty_db_block_end(block) && block->details.first_tty < first_tty + num_ttys;
-      if (!overlaps || block == resize_block) continue;
+    const tty_db_block_type *block = *tty_db_directory_start(db_h, category, first_tty);
+    for (; block != nullptr && block->details.first_tty < first_tty + num_ttys;
+         block = block->next_block) {
+      if (first_tty >= tty_db_block_end(block) || block == resize_block) continue;
       TTY_DB_TRACE_IF(TTY_DB_TRACE_BLOCK, TTY_DB_TRACE_LINE, __func__,
                       "Overlap block %X found (first=%lu, size=%lu)", block,
                       block->details.first_tty, block->details.capacity);

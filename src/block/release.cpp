@@ -7,6 +7,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "block/directory.h"
 #include "block/lookup.h"
 #include "db/lock.h"
 #include "frame/checks.h"
@@ -26,6 +27,14 @@ bool assert_walk(tty_db_type *db, uint32_t first_tty, uint32_t last_tty,
   return true;
 }
 
+// Returns the next id, from `first` to `last`, that a walk over a block visits, or one greater than
+// `last`: every id while the visits are traced, otherwise the registered ones.
+uint32_t next_to_visit(const tty_db_type *db, const tty_db_block_type *block, uint32_t first,
+                       uint32_t last) {
+  if (tty_db_tracing()) return first;
+  return tty_db_directory_next_registered(db, block->details.category, first, last);
+}
+
 }  // namespace
 
 uint32_t tty_db_block_check_no_registered_ttys(tty_db_type *db, tty_db_block_type *block,
@@ -34,7 +43,8 @@ uint32_t tty_db_block_check_no_registered_ttys(tty_db_type *db, tty_db_block_typ
                   "Entering ..DB=%X: block=%X, first=%lu, last=%lu", db, block, first_tty,
                   last_tty);
   uint32_t rc = assert_walk(db, first_tty, last_tty) ? 0 : TTY_DB_ERR_INVALID_ARG;
-  for (uint32_t tty_id = first_tty; rc == 0 && tty_id <= last_tty; ++tty_id) {
+  for (uint32_t tty_id = first_tty;
+       rc == 0 && (tty_id = next_to_visit(db, block, tty_id, last_tty)) <= last_tty; ++tty_id) {
     if (tty_db_entry_from_block(block, tty_id, TTY_DB_TRACE_BLOCK) == nullptr) continue;
     TTY_DB_TRACE_IF(TTY_DB_TRACE_BLOCK, TTY_DB_TRACE_LINE, __func__, "TTY %lu is registered",
                     tty_id);
@@ -50,7 +60,8 @@ void tty_db_block_deregister_ttys(tty_db_type *db, tty_db_block_type *block, uin
                   "Entering ..DB=%X: block=%X, first=%lu, last=%lu", db, block, first_tty,
                   last_tty);
   if (assert_walk(db, first_tty, last_tty)) {
-    for (uint32_t tty_id = first_tty; tty_id <= last_tty; ++tty_id) {
+    for (uint32_t tty_id = first_tty;
+         (tty_id = next_to_visit(db, block, tty_id, last_tty)) <= last_tty; ++tty_id) {
       if (tty_db_entry_from_block(block, tty_id, TTY_DB_TRACE_BLOCK) == nullptr) continue;
       tty_db_tty_deregister_internal(db, block, tty_id);
     }
@@ -130,8 +141,7 @@ bool unlink_block(tty_db_type *db_h, tty_db_block_type *block_h, const char *rou
     return false;
   }
   if (counted) --db_h->num_blocks;
-  *insertion_point = block_h->next_block;
-  block_h->next_block = nullptr;
+  tty_db_block_unlink(db_h, insertion_point);
   return true;
 }
 

@@ -3,6 +3,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "block/directory.h"
 #include "block/lookup.h"
 #include "block/release.h"
 #include "db/lock.h"
@@ -89,8 +90,7 @@ uint32_t tty_db_block_reserve_internal(tty_db_type *db_h, uint32_t category, uin
     }
     if (rc == 0) rc = build_block(category, first_tty, num_ttys, tag_name, ctx, __func__, &block);
     if (rc == 0) {
-      block->next_block = *insertion_point;
-      *insertion_point = block;
+      tty_db_block_link(db_h, insertion_point, block);
       ++db_h->num_blocks;
     } else {
       tty_db_block_cleanup(db_h, block);

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 
+#include "block/directory.h"
 #include "block/lookup.h"
 #include "block/release.h"
 #include "db/lock.h"
@@ -162,7 +163,7 @@ uint32_t tty_db_block_resize_internal(tty_db_type *db_h, tty_db_block_type *bloc
   }
 
   if (rc == 0) {
-    *old_insertion_point = block_h->next_block;
+    tty_db_block_unlink(db_h, old_insertion_point);
     tty_db_block_type **insertion_point = nullptr;
     tty_db_block_find_insertion_point(db_h, block_h->details.category, first_tty, &insertion_point);
     rc = change_range(db_h, block_h, {first_tty, first_tty + num_ttys}, __func__);
@@ -172,8 +173,7 @@ uint32_t tty_db_block_resize_internal(tty_db_type *db_h, tty_db_block_type *bloc
       insertion_point = old_insertion_point;
     }
     if (!TTY_DB_ASSERT(insertion_point != NULL)) insertion_point = old_insertion_point;
-    block_h->next_block = *insertion_point;
-    *insertion_point = block_h;
+    tty_db_block_link(db_h, insertion_point, block_h);
   }
   tty_db_trace_exit(TTY_DB_TRACE_BLOCK, rc);
   return rc;

@@ -57,6 +57,9 @@ uint32_t tty_db_create(uint32_t options, tty_db_type **db_h) {
   if (rc == 0) {
     TTY_DB_TRACE_IF(TTY_DB_TRACE_GLOBAL, TTY_DB_TRACE_LINE, __func__, "DB handle %X allocated", db);
     db->options = options;
+    for (uint32_t category = TTY_CATEGORY_MIN; category <= TTY_CATEGORY_MAX; ++category) {
+      db->directories[category].tail = &db->block_lists[category];
+    }
     TTY_DB_TRACE_IF(TTY_DB_TRACE_GLOBAL, TTY_DB_TRACE_LINE, __func__,
                     "DB handle = %X; initializing RW lock.", db);
     const int error = pthread_rwlock_init(&db->rwlock, nullptr);

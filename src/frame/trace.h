@@ -33,9 +33,19 @@ extern tty_trace_context *tty_db_trace_ctx;
 extern uintptr_t tty_db_trace_enabled;
 extern uintptr_t tty_db_trace_reg[2];
 
+// Says whether any line at all may be wanted: if not, a walk need not stop where it would trace
+// one. TTY_DB_NO_TRACE_POINTS leaves the trace points out, to measure what they cost.
+inline bool tty_db_tracing() {
+#ifdef TTY_DB_NO_TRACE_POINTS
+  return false;
+#else
+  return __builtin_expect(tty_db_trace_enabled != 0, 0);
+#endif
+}
+
 // The trace gate: says whether lines of a category are wanted.
 inline bool tty_db_trace_on(tty_db_trace_category category) {
-  return __builtin_expect(tty_db_trace_enabled != 0, 0) && tty_db_trace_ctx != nullptr &&
+  return tty_db_tracing() && tty_db_trace_ctx != nullptr &&
          tty_db_trace_ctx->categories[category].enabled != 0;
 }
 

@@ -2,6 +2,7 @@
 //
 // The holder of the entry is waited for ahead of everything else: it may be using the items.
 
+#include "block/directory.h"
 #include "item/item.h"
 #include "tty/entry.h"
 
@@ -51,6 +52,7 @@ void tty_db_tty_deregister_internal(tty_db_type *db_h, tty_db_block_type *block,
     tty_db_wait_for_holder(tty);
     destroy_items(tty, __func__);
     tty_db_set_entry_in_block(block, tty_id, nullptr);
+    tty_db_directory_set_registered(db_h, block->details.category, tty_id, false);
     if (TTY_DB_ASSERT(block->details.num_registered > 0)) --block->details.num_registered;
     if (TTY_DB_ASSERT(db_h->num_ttys > 0)) --db_h->num_ttys;
     TTY_DB_TRACE_IF(TTY_DB_TRACE_TTY, TTY_DB_TRACE_LINE, __func__,

@@ -3,6 +3,7 @@
 
 #include <stdlib.h>
 
+#include "block/directory.h"
 #include "tty/entry.h"
 
 namespace {
@@ -109,6 +110,7 @@ uint32_t tty_db_tty_register_internal(tty_db_type *db_h, uint32_t category, uint
                          "tty_db_entry_from_block(block, tty_id) == NULL");
       TTY_DB_ASSERT(block->details.num_registered < block->details.capacity);
       tty_db_set_entry_in_block(block, tty_id, entry);
+      tty_db_directory_set_registered(db_h, category, tty_id, true);
       ++block->details.num_registered;
       ++db_h->num_ttys;
       TTY_DB_TRACE_IF(TTY_DB_TRACE_TTY, TTY_DB_TRACE_LINE, __func__,

@@ -1,5 +1,6 @@
 // Handing out the entry of a registered line, and taking it back.
 
+#include "block/directory.h"
 #include "tty/entry.h"
 
 namespace {
@@ -7,9 +8,8 @@ namespace {
 // Finds the entry of a line and obtains it for the calling thread.  REQUIRES: the read lock.
 uint32_t obtain_entry(const tty_db_type *db_h, uint32_t category, uint32_t tty_id,
                       tty_db_tty_type **tty) {
-  const tty_db_block_type *block = db_h->block_lists[category];
-  while (block != nullptr && tty_id >= tty_db_block_end(block)) block = block->next_block;
-  if (block == nullptr || tty_id < block->details.first_tty) return TTY_DB_ERR_NOT_REGISTERED;
+  const tty_db_block_type *block = tty_db_directory_find(db_h, category, tty_id);
+  if (block == nullptr) return TTY_DB_ERR_NOT_REGISTERED;
   *tty =
       block->ttys != nullptr ? block->ttys[TTY_DB_TTY_ID_TO_BLOCK_INDEX(block, tty_id)] : nullptr;
   return *tty != nullptr ? tty_db_lock_tty(db_h, *tty) : TTY_DB_ERR_NOT_REGISTERED;

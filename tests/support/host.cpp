@@ -273,6 +273,10 @@ char *__wrap_strdup(const char *text) {
 
 void __wrap_free(void *pointer) {
   {
+    const Guard guard(mutex);
+    names.erase(pointer);
+  }
+  {
     const Guard guard(heap().mutex);
     const auto found = heap().live.find(pointer);
     if (found != heap().live.end()) {
