@@ -1,0 +1,32 @@
+// What a line of the machine asks of the registry.
+#ifndef TTYDB_TOOLS_CLAIM_H
+#define TTYDB_TOOLS_CLAIM_H
+
+#include <cstdint>
+#include <optional>
+#include <set>
+#include <vector>
+
+#include "scan.h"
+#include "tty_db.hpp"
+
+namespace tty_lines {
+
+struct Claim {
+  const ScannedLine* line;
+  std::optional<ttydb::line> current;   // where it is registered
+  std::optional<ttydb::line> position;  // where it is to be
+};
+
+// The ids of kOther, where ids are given out, at which lines are registered.
+inline std::set<std::uint32_t> taken_ids(const std::vector<Claim>& claims) {
+  std::set<std::uint32_t> taken;
+  for (const Claim& claim : claims) {
+    if (claim.current && claim.current->category == kOther) taken.insert(claim.current->id);
+  }
+  return taken;
+}
+
+}  // namespace tty_lines
+
+#endif  // TTYDB_TOOLS_CLAIM_H
