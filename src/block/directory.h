@@ -30,11 +30,6 @@ tty_db_block_type **tty_db_directory_start(tty_db_type *db, uint32_t category, u
 inline tty_db_block_type *tty_db_directory_find(const tty_db_type *db, uint32_t category,
                                                 uint32_t tty_id) {
   tty_db_block_type *block = db->directories[category].first_in_run[tty_id / TTY_DB_RUN_SIZE];
-  if (block == nullptr) return nullptr;
-  // A run has room for two automatic blocks, and either is as likely to be meant: the choice is
-  // made without a branch, which would be mispredicted half of the time.
-  tty_db_block_type *const either[] = {block, block->next_block};
-  block = either[tty_id >= tty_db_block_end(block)];
   while (block != nullptr && tty_id >= tty_db_block_end(block)) block = block->next_block;
   return block != nullptr && tty_id >= block->details.first_tty ? block : nullptr;
 }
