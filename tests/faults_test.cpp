@@ -242,6 +242,7 @@ std::string outcome_of(const Operation &operation, int nth) {
   const pid_t child = fork();
   if (child == 0) {
     dup2(ends[1], STDERR_FILENO);
+    host::announce_failures();
     run_with_failure(operation, nth);
     fflush(stdout);
     _exit(testing::Test::HasFailure() ? 1 : 0);

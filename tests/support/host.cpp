@@ -184,6 +184,8 @@ int __in_dlclose(void) { return 0; }
 // The calls of the library's that can be made to fail.  The linker hands them here (--wrap).
 namespace {
 
+bool announce = false;
+
 struct {
   int nth = 0;
   std::string function;
@@ -211,7 +213,7 @@ bool fails(const char *function) {
   if (fault.nth == 0 || (!fault.function.empty() && fault.function != function)) return false;
   if (--fault.nth != 0) return false;
   fault.failed = function;
-  fprintf(stderr, "failing %s\n", function);
+  if (announce) fprintf(stderr, "failing %s\n", function);
   return true;
 }
 
@@ -234,6 +236,8 @@ std::string end_failing() {
   fault = {};
   return failed;
 }
+
+void announce_failures() { announce = true; }
 
 long calls(const std::string &function) {
   const Guard guard(heap().mutex);
