@@ -26,6 +26,7 @@ class Database {
   }
   ~Database() {
     EXPECT_EQ(tty_db_destroy(db_), 0u);
+    EXPECT_GE(host::zeros_at_last_free(), sizeof(pthread_rwlock_t) + 20 * sizeof(void *));
     const bool outermost = allocations_ == 0;
     EXPECT_TRUE(!outermost || host::live_allocations() == 0);
   }
