@@ -1,0 +1,20 @@
+// Everything is set up before the first benchmark runs, in the same order every time: what a
+// subject's records have for neighbours does not depend on which benchmark runs first.
+
+#include <benchmark/benchmark.h>
+
+#include "works.h"
+
+int main(int argc, char **argv) {
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  add_retrieve_works();
+  add_register_works();
+  add_iterate_works();
+  add_item_works();
+  add_resize_works();
+  add_trace_gate_works();
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  return 0;
+}

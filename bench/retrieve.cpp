@@ -1,0 +1,94 @@
+// Retrieving a line and giving it back.
+
+#include <benchmark/benchmark.h>
+
+#include <memory>
+#include <string>
+
+#include "subjects.h"
+#include "works.h"
+
+namespace {
+
+template <typename Subject>
+std::shared_ptr<Subject> with_lines(const std::vector<Line> &lines) {
+  auto subject = std::make_shared<Subject>();
+  for (const Line line : lines) subject->add(line);
+  for (const Line line : lines) {
+    require(subject->use(Subject::key(line)) != nullptr, "retrieve");
+  }
+  return subject;
+}
+
+// A benchmark that uses the lines of a cycle in turn.  Several threads start apart.
+template <typename Subject>
+benchmark::internal::Benchmark *add_use(const std::string &name, std::shared_ptr<Subject> subject,
+                                        const Cycle<Line> &lines) {
+  const auto keys = lines.convert(Subject::key);
+  return benchmark::RegisterBenchmark(name.c_str(), [subject, keys](benchmark::State &state) {
+    size_t step = keys.size() / static_cast<size_t>(state.threads()) *
+                  static_cast<size_t>(state.thread_index());
+    for (auto _ : state) benchmark::DoNotOptimize(subject->use(keys[step++]));
+  });
+}
+
+template <typename Subject>
+void add_miss(const char *name, const std::vector<Line> &present, const Cycle<Line> &absent) {
+  auto subject = std::make_shared<Subject>();
+  // The floor of a miss touches no record.
+  if constexpr (!std::is_same_v<Subject, Floor>) {
+    for (const Line line : present) subject->add(line);
+  }
+  const auto keys = absent.convert(Subject::key);
+  require(subject->miss(keys[0]), "miss");
+  benchmark::RegisterBenchmark(name, [subject, keys](benchmark::State &state) {
+    size_t step = 0;
+    for (auto _ : state) benchmark::DoNotOptimize(subject->miss(keys[step++]));
+  });
+}
+
+template <typename Subject>
+void add_works_of(const std::string &name) {
+  const auto one = with_lines<Subject>(first_lines(1));
+  add_use("retrieve_hot/" + name, one, Cycle<Line>::draws(first_lines(1)));
+
+  // The cost against the number of blocks: of ten ids each, and full.
+  for (const uint32_t blocks : {1u, 3u, 10u, 30u, 100u, 300u, 1000u}) {
+    const auto lines = first_lines(blocks * TTY_DB_AUTO_BLOCK_SIZE);
+    add_use("retrieve_blocks_" + std::to_string(blocks) + "/" + name, with_lines<Subject>(lines),
+            Cycle<Line>::draws(lines));
+  }
+
+  const auto thousand_blocks = first_lines(10000);
+  const auto random = Cycle<Line>::draws(thousand_blocks);
+  const auto subject = with_lines<Subject>(thousand_blocks);
+  add_use("retrieve_random_10k/" + name, subject, random);
+  add_use("retrieve_two_threads/" + name, subject, random)->Threads(2)->UseRealTime();
+  if constexpr (std::is_same_v<Subject, Library>) {
+    require(subject->num_blocks() == 1000, "1,000 blocks");
+    add_use("retrieve_first_block/" + name, subject, Cycle<Line>::draws({{0, 5}}));
+    add_use("retrieve_last_block/" + name, subject, Cycle<Line>::draws({{0, 9995}}));
+  }
+
+  const auto six_categories = first_lines(60000);
+  add_use("retrieve_random_60k/" + name, with_lines<Subject>(six_categories),
+          Cycle<Line>::draws(six_categories));
+
+  // Every tenth id is there: each block has room for the others.
+  std::vector<Line> present;
+  std::vector<Line> absent;
+  for (const Line line : first_lines(10000)) {
+    (line.id % TTY_DB_AUTO_BLOCK_SIZE == 0 ? present : absent).push_back(line);
+  }
+  add_miss<Subject>(("retrieve_miss/" + name).c_str(), present, Cycle<Line>::draws(absent));
+}
+
+}  // namespace
+
+void add_retrieve_works() {
+  add_works_of<Library>("library");
+  add_works_of<Floor>("floor");
+  add_works_of<StdMap>("std_map");
+  add_works_of<StdUnorderedMap>("std_unordered_map");
+  add_works_of<ConcurrentHashMap>("tbb_hash_map");
+}

@@ -1,0 +1,264 @@
+// What is measured: the library, the floor that its work stands on, and its peers.
+//
+// The floor makes the calls that the library's work cannot do without, on records that it reaches
+// by index.  The peers do the library's work with the containers that a program would use instead.
+//
+// Every subject has:
+//   Key, key(line)     how it names a line
+//   add(line)          adds a line for good
+//   use(key)           takes hold of a line's record and gives it back
+//   miss(key)          looks for a line that is not there
+//   add_and_remove(key)  adds a line, gives its record back, and removes it
+// and all of them allocate with malloc.
+
+#ifndef TTY_DB_BENCH_SUBJECTS_H
+#define TTY_DB_BENCH_SUBJECTS_H
+
+#include <errno.h>
+#include <pthread.h>
+#include <tbb/concurrent_hash_map.h>
+
+#include <map>
+#include <mutex>
+#include <shared_mutex>
+#include <unordered_map>
+
+#include "calls.h"
+#include "lines.h"
+
+template <typename Calls = LinkedCalls>
+class LibraryOf {
+ public:
+  using Key = Line;
+  static Key key(Line line) { return line; }
+
+  explicit LibraryOf(uint32_t options = TTY_DB_OPT_ALL, Calls calls = {}) : calls_(calls) {
+    require(calls_.create(options, &db_) == 0, "create");
+  }
+  LibraryOf(const LibraryOf &) = delete;
+  LibraryOf &operator=(const LibraryOf &) = delete;
+  ~LibraryOf() { calls_.destroy(db_); }
+
+  tty_db_type *handle() const { return db_; }
+  const Calls &calls() const { return calls_; }
+
+  tty_db_block_type *reserve(uint32_t category, uint32_t first, uint32_t count) {
+    tty_db_block_type *block = nullptr;
+    require(calls_.reserve(db_, category, first, count, nullptr, 0, &block) == 0, "reserve");
+    return block;
+  }
+
+  tty_db_tty_type *add(Line line) {
+    tty_db_tty_type *tty = nullptr;
+    require(calls_.add(db_, line.category, line.id, sizeof(Record), &tty) == 0, "register");
+    require(calls_.unlock(db_, tty) == 0, "unlock");
+    return tty;
+  }
+
+  tty_db_tty_type *use(Key line) {
+    tty_db_tty_type *tty = nullptr;
+    calls_.retrieve(db_, line.category, line.id, &tty);
+    calls_.unlock(db_, tty);
+    return tty;
+  }
+
+  bool miss(Key line) {
+    tty_db_tty_type *tty = nullptr;
+    return calls_.retrieve(db_, line.category, line.id, &tty) == TTY_DB_ERR_NOT_REGISTERED;
+  }
+
+  bool add_and_remove(Key line) {
+    tty_db_tty_type *tty = nullptr;
+    return calls_.add(db_, line.category, line.id, sizeof(Record), &tty) == 0 &&
+           calls_.unlock(db_, tty) == 0 && calls_.remove(db_, line.category, line.id) == 0;
+  }
+
+  // The same, but removes the line while its record is held.
+  bool add_and_remove_held(Key line) {
+    tty_db_tty_type *tty = nullptr;
+    return calls_.add(db_, line.category, line.id, sizeof(Record), &tty) == 0 &&
+           calls_.remove(db_, line.category, line.id) == 0;
+  }
+
+  uint32_t num_blocks() {
+    uint32_t count = 0;
+    require(calls_.details(db_, &count, nullptr) == 0, "details");
+    return count;
+  }
+
+ private:
+  Calls calls_;
+  tty_db_type *db_ = nullptr;
+};
+
+using Library = LibraryOf<>;
+
+class Floor {
+ public:
+  using Key = uint32_t;
+  static Key key(Line line) { return line.category * kLinesPerCategory + line.id; }
+
+  Floor() { require(pthread_rwlock_init(&lock_, nullptr) == 0, "pthread_rwlock_init"); }
+  Floor(const Floor &) = delete;
+  Floor &operator=(const Floor &) = delete;
+  ~Floor() {
+    for (Record *record : records_) destroy_record(record);
+    pthread_rwlock_destroy(&lock_);
+  }
+
+  // Lines are added in the order of their keys.
+  void add(Line line) {
+    require(key(line) == records_.size(), "order of the floor's records");
+    records_.push_back(create_record());
+  }
+
+  Record *use(Key key) {
+    pthread_rwlock_rdlock(&lock_);
+    Record *record = records_[key];
+    if (pthread_mutex_trylock(&record->head.lock) == EBUSY) {
+      pthread_mutex_lock(&record->head.lock);
+    }
+    pthread_rwlock_unlock(&lock_);
+    pthread_mutex_trylock(&record->head.lock);
+    pthread_mutex_unlock(&record->head.lock);
+    return record;
+  }
+
+  bool miss(Key) {
+    pthread_rwlock_rdlock(&lock_);
+    pthread_rwlock_unlock(&lock_);
+    return true;
+  }
+
+  bool add_and_remove(Key) {
+    pthread_rwlock_trywrlock(&lock_);
+    Record *record = create_record();
+    pthread_rwlock_unlock(&lock_);
+    pthread_rwlock_trywrlock(&lock_);
+    destroy_record(record);
+    pthread_rwlock_unlock(&lock_);
+    return true;
+  }
+
+ private:
+  static Record *create_record() {
+    auto *record = static_cast<Record *>(calloc(1, sizeof(Record)));
+    pthread_mutexattr_t attributes;
+    pthread_mutexattr_init(&attributes);
+    pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_ERRORCHECK);
+    pthread_mutex_init(&record->head.lock, &attributes);
+    pthread_mutexattr_destroy(&attributes);
+    return record;
+  }
+  static void destroy_record(Record *record) {
+    pthread_mutex_destroy(&record->head.lock);
+    free(record);
+  }
+
+  pthread_rwlock_t lock_;
+  std::vector<Record *> records_;
+};
+
+// A standard container under a reader-writer lock, with a mutex in every record.
+template <template <typename...> typename Container>
+class Locked {
+ public:
+  struct Entry {
+    std::mutex lock;
+    char rest[sizeof(Record) - sizeof(std::mutex)] = {};
+  };
+  using Key = uint32_t;
+  static Key key(Line line) { return uint32_t{line.category} << 16 | line.id; }
+
+  void add(Line line) { entries_.try_emplace(key(line)); }
+
+  Entry *use(Key key) {
+    Entry *entry;
+    {
+      const std::shared_lock reading(lock_);
+      entry = &entries_.find(key)->second;
+      entry->lock.lock();
+    }
+    entry->lock.unlock();
+    return entry;
+  }
+
+  bool miss(Key key) {
+    const std::shared_lock reading(lock_);
+    return entries_.find(key) == entries_.end();
+  }
+
+  bool add_and_remove(Key key) {
+    Entry *entry;
+    {
+      const std::unique_lock writing(lock_);
+      const auto [place, added] = entries_.try_emplace(key);
+      if (!added) return false;
+      entry = &place->second;
+      entry->lock.lock();
+    }
+    entry->lock.unlock();
+    const std::unique_lock writing(lock_);
+    const auto place = entries_.find(key);
+    place->second.lock.lock();
+    place->second.lock.unlock();
+    entries_.erase(place);
+    return true;
+  }
+
+  // Finds the first line at or above a key, as an iterator that keeps no lock does.
+  bool next(Key &key) {
+    const std::shared_lock reading(lock_);
+    const auto place = entries_.lower_bound(key);
+    if (place == entries_.end()) return false;
+    key = place->first + 1;
+    return true;
+  }
+
+ private:
+  std::shared_mutex lock_;
+  Container<Key, Entry> entries_;
+};
+
+using StdMap = Locked<std::map>;
+using StdUnorderedMap = Locked<std::unordered_map>;
+
+// A concurrent hash map, whose accessor is the hold on a record.
+class ConcurrentHashMap {
+ public:
+  struct Entry {
+    char rest[sizeof(Record)] = {};
+  };
+  using Key = uint32_t;
+  static Key key(Line line) { return StdMap::key(line); }
+
+  void add(Line line) {
+    Entries::accessor held;
+    entries_.insert(held, key(line));
+  }
+
+  const Entry *use(Key key) {
+    Entries::accessor held;
+    return entries_.find(held, key) ? &held->second : nullptr;
+  }
+
+  bool miss(Key key) {
+    Entries::accessor held;
+    return !entries_.find(held, key);
+  }
+
+  bool add_and_remove(Key key) {
+    {
+      Entries::accessor held;
+      if (!entries_.insert(held, key)) return false;
+    }
+    return entries_.erase(key);
+  }
+
+ private:
+  using Entries = tbb::concurrent_hash_map<Key, Entry, tbb::tbb_hash_compare<Key>,
+                                           std::allocator<std::pair<const Key, Entry>>>;
+  Entries entries_;
+};
+
+#endif  // TTY_DB_BENCH_SUBJECTS_H
