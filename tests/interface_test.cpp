@@ -266,34 +266,6 @@ TEST(Interface, ItemsOfAnyKeyAreZeroFilledAndAligned) {
   }
 }
 
-TEST(Interface, IteratorsYieldTheirRange) {
-  Database db(0);
-  db.reserve(0, 0, 10001);
-  db.reserve(1, 5, 20);
-  db.reserve(1, 30, 5);
-  db.reserve(5, 10000, 1);
-  for (const uint32_t id : {0, 7, 10000}) db.add(0, id);
-  for (const uint32_t id : {5, 24, 30, 34}) db.add(1, id);
-  db.add(5, 10000);
-  struct {
-    uint32_t start_category, start_id, end_category, end_id;
-    Lines lines;
-  } const cases[] = {
-      {0, 0, 5, 10000, {{0, 0}, {0, 7}, {0, 10000}, {1, 5}, {1, 24}, {1, 30}, {1, 34}, {5, 10000}}},
-      {0, 7, 1, 24, {{0, 7}, {0, 10000}, {1, 5}, {1, 24}}},
-      {0, 8, 1, 23, {{0, 10000}, {1, 5}}},
-      {1, 25, 1, 29, {}},
-      {1, 25, 1, 33, {{1, 30}}},
-      {1, 35, 5, 9999, {}},
-      {5, 10000, 5, 10000, {{5, 10000}}},
-      {2, 0, 1, 10000, {}},  // the start lies behind the end
-      {0, 8, 0, 7, {}},
-  };
-  for (const auto &c : cases) {
-    EXPECT_EQ(db.lines(c.start_category, c.start_id, c.end_category, c.end_id), c.lines);
-  }
-}
-
 TEST(Interface, IteratorsSeeTheDatabaseAsItIsAtEachAdvance) {
   Database db(0);
   tty_db_block_type *block = db.reserve(0, 0, 20);

@@ -229,6 +229,13 @@ class Model {
     }
     EXPECT_EQ(db_.counts(), std::make_pair(num_blocks, static_cast<uint32_t>(expected.size())));
     EXPECT_EQ(db_.lines(), expected);
+    using Position = std::pair<uint32_t, uint32_t>;
+    const Position start(below(TTY_CATEGORY_MAX + 1), below(130));
+    const Position end(below(TTY_CATEGORY_MAX + 1),
+                       below(2) != 0 ? below(130) : TTY_PORT_MAX - below(25));
+    const auto outside = [&](const Position &line) { return line < start || line > end; };
+    expected.erase(std::remove_if(expected.begin(), expected.end(), outside), expected.end());
+    EXPECT_EQ(db_.lines(start.first, start.second, end.first, end.second), expected);
     check_blocks();
     check_directory();
     check_line();
