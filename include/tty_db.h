@@ -1,5 +1,6 @@
-/*
- * tty_db.h - a registry of terminal lines (TTYs) that lives in the memory of one process.
+/**
+ * @file
+ * A registry of terminal lines (TTYs) that lives in the memory of one process.
  *
  * A process creates any number of databases.  A database holds lines by category (0 to 5) and id (0
  * to 10000).  The ids of a category are grouped into blocks: contiguous ranges that never overlap,
@@ -41,44 +42,53 @@
 extern "C" {
 #endif
 
-/* Bounds of categories and ids, both inclusive. */
-#define TTY_CATEGORY_MIN 0u
-#define TTY_CATEGORY_MAX 5u
-#define TTY_PORT_MAX 10000u
+/** @name Bounds of categories and ids, both inclusive */
+/**@{*/
+#define TTY_CATEGORY_MIN 0u /**< the lowest category */
+#define TTY_CATEGORY_MAX 5u /**< the highest category */
+#define TTY_PORT_MAX 10000u /**< the highest id; the lowest is 0 */
+/**@}*/
 
-/* Number of ids in a block that the library makes by itself; the block of id 10000 holds that id
+/** Number of ids in a block that the library makes by itself; the block of id 10000 holds that id
  * alone. */
 #define TTY_DB_AUTO_BLOCK_SIZE 10u
 
-/* Options of tty_db_create. */
-#define TTY_DB_OPT_LOCK_ENTRIES 0x1u /* registration and retrieval hand entries over locked */
-#define TTY_DB_OPT_AUTO_BLOCKS 0x2u  /* the library makes and frees blocks by itself */
-#define TTY_DB_OPT_ALL 0x3u
+/** @name Options of tty_db_create */
+/**@{*/
+#define TTY_DB_OPT_LOCK_ENTRIES 0x1u /**< registration and retrieval hand entries over locked */
+#define TTY_DB_OPT_AUTO_BLOCKS 0x2u  /**< the library makes and frees blocks by itself */
+#define TTY_DB_OPT_ALL 0x3u          /**< both of them */
+/**@}*/
 
-/* Options of tty_db_block_release and tty_db_block_resize. */
-#define TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG 0x1u /* refuse rather than deregister lines */
+/** @name Options of tty_db_block_release and tty_db_block_resize */
+/**@{*/
+#define TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG 0x1u /**< refuse rather than deregister lines */
+/**@}*/
 
-/* Result codes.  0 is success. */
-#define TTY_DB_ERR_NO_MEMORY 0xc2580200u       /* an allocation failed */
-#define TTY_DB_ERR_INVALID_ARG 0xa2580400u     /* a NULL pointer, or a value out of range */
-#define TTY_DB_ERR_WRONG_MODE 0xa2580600u      /* the database manages its blocks by itself */
-#define TTY_DB_ERR_LOCK_FAILED 0xa2580800u     /* a lock could not be obtained */
-#define TTY_DB_ERR_LOCK_INIT 0xa2580a00u       /* a lock could not be created */
-#define TTY_DB_ERR_NO_BLOCK 0xa2580c00u        /* no block holds the id, or carries the tag */
-#define TTY_DB_ERR_OVERLAP 0xa2580e00u         /* the range overlaps a block of its category */
-#define TTY_DB_ERR_ITEM_EXISTS 0xa2581000u     /* the entry has an item with this key */
-#define TTY_DB_ERR_TTY_EXISTS 0xa2581200u      /* the line is registered already */
-#define TTY_DB_ERR_NO_MORE 0xa2581400u         /* the iterator has no further line */
-#define TTY_DB_ERR_NO_ITEM 0xa2581600u         /* the entry has no item with this key */
-#define TTY_DB_ERR_NOT_REGISTERED 0x42581800u  /* no line is registered under the id */
-#define TTY_DB_ERR_TTYS_REGISTERED 0xa2581a00u /* lines are registered in the ids to be given up \
-                                                */
+/** @name Result codes.  0 is success */
+/**@{*/
+#define TTY_DB_ERR_NO_MEMORY 0xc2580200u       /**< an allocation failed */
+#define TTY_DB_ERR_INVALID_ARG 0xa2580400u     /**< a NULL pointer, or a value out of range */
+#define TTY_DB_ERR_WRONG_MODE 0xa2580600u      /**< the database manages its blocks by itself */
+#define TTY_DB_ERR_LOCK_FAILED 0xa2580800u     /**< a lock could not be obtained */
+#define TTY_DB_ERR_LOCK_INIT 0xa2580a00u       /**< a lock could not be created */
+#define TTY_DB_ERR_NO_BLOCK 0xa2580c00u        /**< no block holds the id, or carries the tag */
+#define TTY_DB_ERR_OVERLAP 0xa2580e00u         /**< the range overlaps a block of its category */
+#define TTY_DB_ERR_ITEM_EXISTS 0xa2581000u     /**< the entry has an item with this key */
+#define TTY_DB_ERR_TTY_EXISTS 0xa2581200u      /**< the line is registered already */
+#define TTY_DB_ERR_NO_MORE 0xa2581400u         /**< the iterator has no further line */
+#define TTY_DB_ERR_NO_ITEM 0xa2581600u         /**< the entry has no item with this key */
+#define TTY_DB_ERR_NOT_REGISTERED 0x42581800u  /**< no line is registered under the id */
+#define TTY_DB_ERR_TTYS_REGISTERED 0xa2581a00u /**< the ids to be given up have lines */
+/**@}*/
 
-/** A database, a block, an iterator and the node of an item: the library's own records. */
-typedef struct tty_db_type tty_db_type;
-typedef struct tty_db_block_type tty_db_block_type;
-typedef struct tty_db_iterator_type tty_db_iterator_type;
-typedef struct tty_db_item_type tty_db_item_type;
+/** @name The library's own records */
+/**@{*/
+typedef struct tty_db_type tty_db_type;                   /**< a database */
+typedef struct tty_db_block_type tty_db_block_type;       /**< a block */
+typedef struct tty_db_iterator_type tty_db_iterator_type; /**< an iterator */
+typedef struct tty_db_item_type tty_db_item_type;         /**< the node of an item */
+/**@}*/
 
 /**
  * The head of every entry.  Declare your own record with a tty_db_tty_type as its first member,
@@ -86,23 +96,24 @@ typedef struct tty_db_item_type tty_db_item_type;
  * library writes these fields.
  */
 typedef struct tty_db_tty_type {
-  pthread_mutex_t lock; /* error-checking; use tty_db_tty_unlock to release it */
-  pthread_t lock_owner; /* who obtained the entry last; 0xFFFFFFFF: nobody; diagnostic */
-  tty_db_item_type *item_list_head; /* most recently created item first */
+  pthread_mutex_t lock; /**< error-checking; use tty_db_tty_unlock to release it */
+  pthread_t lock_owner; /**< who obtained the entry last; 0xFFFFFFFF: nobody; diagnostic */
+  tty_db_item_type *item_list_head; /**< most recently created item first */
 } tty_db_tty_type;
 
 /** What a block is, as the details queries report it. */
 typedef struct tty_db_block_details_type {
-  uint32_t category;
-  uint32_t first_tty;   /* lowest id; the block covers first_tty .. first_tty + capacity - 1 */
-  uint32_t capacity;    /* number of ids, at least 1 */
-  const char *tag_name; /* the block's own copy of its tag, or NULL; lives as long as the block */
-  uint32_t num_registered;    /* number of registered lines in the block */
-  uintptr_t ctx;              /* the caller's value, given at reservation; never interpreted */
-  tty_db_block_type *block_h; /* the block's handle */
+  uint32_t category;    /**< the category that its ids are of */
+  uint32_t first_tty;   /**< lowest id; the block covers first_tty .. first_tty + capacity - 1 */
+  uint32_t capacity;    /**< number of ids, at least 1 */
+  const char *tag_name; /**< the block's own copy of its tag, or NULL; lives as long as the block */
+  uint32_t num_registered;    /**< number of registered lines in the block */
+  uintptr_t ctx;              /**< the caller's value, given at reservation; never interpreted */
+  tty_db_block_type *block_h; /**< the block's handle */
 } tty_db_block_details_type;
 
-/* Databases. */
+/** @name Databases */
+/**@{*/
 
 /**
  * Creates an empty database.
@@ -133,7 +144,10 @@ TTY_DB_API uint32_t tty_db_destroy(tty_db_type *db_h);
  */
 TTY_DB_API uint32_t tty_db_get_details(tty_db_type *db_h, uint32_t *num_blocks, uint32_t *num_ttys);
 
-/* Blocks: for databases with manual block management. */
+/**@}*/
+
+/** @name Blocks: for databases with manual block management */
+/**@{*/
 
 /**
  * Reserves the ids first_tty .. first_tty + num_ttys - 1 of a category as a block.
@@ -218,7 +232,10 @@ TTY_DB_API uint32_t tty_db_block_details_from_tty(tty_db_type *db_h, uint32_t ca
 TTY_DB_API uint32_t tty_db_block_details_from_tag(tty_db_type *db_h, const char *tag_name,
                                                   tty_db_block_details_type *details);
 
-/* Lines. */
+/**@}*/
+
+/** @name Lines */
+/**@{*/
 
 /**
  * Registers a line and hands out its new entry.  The database must have a block that covers the id;
@@ -275,7 +292,10 @@ TTY_DB_API uint32_t tty_db_tty_retrieve(tty_db_type *db_h, uint32_t category, ui
  */
 TTY_DB_API uint32_t tty_db_tty_unlock(tty_db_type *db_h, tty_db_tty_type *tty);
 
-/* Items: the caller holds the entry; the library takes no lock. */
+/**@}*/
+
+/** @name Items: the caller holds the entry; the library takes no lock */
+/**@{*/
 
 /**
  * Hangs a new item on an entry.
@@ -306,7 +326,10 @@ TTY_DB_API uint32_t tty_db_item_get(tty_db_tty_type *tty, uint32_t item_key, voi
  */
 TTY_DB_API uint32_t tty_db_item_destroy(tty_db_tty_type *tty, uint32_t item_key);
 
-/* Iterators: each is advanced by one thread at a time. */
+/**@}*/
+
+/** @name Iterators: each is advanced by one thread at a time */
+/**@{*/
 
 /**
  * Makes an iterator over the registered lines from a start to an end position, both inclusive.
@@ -342,8 +365,10 @@ TTY_DB_API uint32_t tty_db_iterate_next(tty_db_iterator_type *iterator_h, uint32
  */
 TTY_DB_API uint32_t tty_db_iterate_end(tty_db_iterator_type *iterator_h);
 
-/*
- * Building blocks.
+/**@}*/
+
+/**
+ * @name Building blocks
  *
  * The routines behind the operations above, for code that is part of the library's own machinery.
  * They take no database lock and check no arguments: they assert what they require.  Should the
@@ -352,6 +377,7 @@ TTY_DB_API uint32_t tty_db_iterate_end(tty_db_iterator_type *iterator_h);
  * given above, and the database's write lock held by the calling thread, or for the lookups and the
  * walk either lock, but where a comment says otherwise.
  */
+/**@{*/
 
 /**
  * As tty_db_block_reserve, in a database of either mode.
@@ -454,6 +480,8 @@ TTY_DB_API uint32_t tty_db_item_find_insertion_point(tty_db_tty_type *tty, uint3
  */
 TTY_DB_API uint32_t tty_db_iterate_next_internal(tty_db_iterator_type *iterator_h,
                                                  uint32_t *category, uint32_t *tty_id);
+
+/**@}*/
 
 #ifdef __cplusplus
 } /* extern "C" */

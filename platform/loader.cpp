@@ -5,7 +5,9 @@
 // a handler set once the program runs.  A handler set by a constructor at program start runs behind
 // the destructors, so that it tells nothing; but a library that the program has been started with
 // is never unloaded: only the exit of the process runs its destructor.  So one fact answers for
-// libraries that came with the program, the other for those that were opened later.
+// libraries that came with the program, the other for those that were opened later.  (Neither
+// does for a library that a constructor opens before the program runs: its exit is taken for an
+// unload.)
 
 #include <dlfcn.h>
 #include <link.h>

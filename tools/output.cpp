@@ -14,7 +14,7 @@ namespace {
 
 volatile sig_atomic_t stop_signal_came = 0;
 
-extern "C" void note_stop_signal(int) { stop_signal_came = 1; }
+extern "C" void note_stop_signal(int /*signal*/) { stop_signal_came = 1; }
 
 void set_handler(int signal_number, void (*handler)(int)) {
   struct sigaction action = {};

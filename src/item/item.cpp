@@ -50,10 +50,12 @@ uint32_t tty_db_item_get(tty_db_tty_type *tty, uint32_t item_key, void **item) {
     tty_db_item_type **insertion_point = nullptr;
     rc = tty_db_item_find_insertion_point(tty, item_key, &insertion_point);
     if (rc == 0) {
-      TTY_DB_ASSERT(insertion_point != NULL);
-      TTY_DB_ASSERT(*insertion_point != NULL);
-      TTY_DB_ASSERT((*insertion_point)->key == item_key);
-      data = item_data(*insertion_point);
+      if (TTY_DB_ASSERT(insertion_point != NULL) && TTY_DB_ASSERT(*insertion_point != NULL)) {
+        TTY_DB_ASSERT((*insertion_point)->key == item_key);
+        data = item_data(*insertion_point);
+      } else {
+        rc = TTY_DB_ERR_INVALID_ARG;
+      }
     }
   }
   if (item != nullptr) *item = data;
@@ -107,10 +109,12 @@ uint32_t tty_db_item_destroy(tty_db_tty_type *tty, uint32_t item_key) {
   tty_db_item_type **insertion_point = nullptr;
   if (tty == nullptr) rc = tty_db_reject(TTY_DB_TRACE_ITEM, "NULL TTY entry pointer");
   if (rc == 0) rc = tty_db_item_find_insertion_point(tty, item_key, &insertion_point);
+  tty_db_item_type *list_item = nullptr;
   if (rc == 0) {
-    TTY_DB_ASSERT(insertion_point != NULL);
-    tty_db_item_type *list_item = *insertion_point;
-    TTY_DB_ASSERT(list_item != NULL);
+    if (TTY_DB_ASSERT(insertion_point != NULL)) list_item = *insertion_point;
+    if (!TTY_DB_ASSERT(list_item != NULL)) rc = TTY_DB_ERR_INVALID_ARG;
+  }
+  if (rc == 0) {
     TTY_DB_ASSERT(list_item->key == item_key);
     *insertion_point = list_item->next_item;
     TTY_DB_TRACE_IF(TTY_DB_TRACE_ITEM, TTY_DB_TRACE_LINE, __func__,
