@@ -63,13 +63,6 @@ const Operation kOperations[] = {
      {"pthread_rwlock_trywrlock=LOCK_FAILED", "pthread_rwlock_unlock=dies+panic",
       "pthread_rwlock_destroy=fine"}},
 
-    {"get_details",
-     0,
-     nothing,
-     [](World &w) { return tty_db_get_details(w.db, &w.id, nullptr); },
-     nothing,
-     {"pthread_rwlock_rdlock=LOCK_FAILED+message", "pthread_rwlock_unlock=dies+panic"}},
-
     {"reserve",
      0,
      nothing,
@@ -131,8 +124,8 @@ const Operation kOperations[] = {
      {"pthread_rwlock_trywrlock=LOCK_FAILED", WRITELOCKED_CHECK, WRITELOCKED_CHECK,
       "calloc=NO_MEMORY", "calloc=NO_MEMORY", "calloc=NO_MEMORY",
       "pthread_mutexattr_init=LOCK_INIT+message", "pthread_mutexattr_settype=LOCK_INIT+message",
-      "pthread_mutex_init=LOCK_INIT+message", "pthread_mutex_trylock=LOCK_FAILED+message",
-      "pthread_rwlock_unlock=dies+panic"}},
+      "pthread_mutex_init=LOCK_INIT+message", "pthread_mutexattr_destroy=fine",
+      "pthread_mutex_trylock=LOCK_FAILED+message", "pthread_rwlock_unlock=dies+panic"}},
 
     {"deregister the last line, with an item",
      kLock | kAuto,
@@ -171,13 +164,6 @@ const Operation kOperations[] = {
        return rc;
      },
      nothing,
-     {"calloc=NO_MEMORY"}},
-
-    {"start an iterator",
-     0,
-     nothing,
-     [](World &w) { return tty_db_iterate_start(w.db, 0, 0, 0, 0, &w.iterator); },
-     [](World &w) { tty_db_iterate_end(w.iterator); },
      {"calloc=NO_MEMORY"}},
 
     {"advance an iterator",
