@@ -214,7 +214,7 @@ TTY_DB_API uint32_t tty_db_block_details_from_handle(tty_db_type *db_h, tty_db_b
  * @param db_h the database
  * @param category 0 to TTY_CATEGORY_MAX
  * @param tty_id 0 to TTY_PORT_MAX
- * @param details a copy of the block's details as they are now; all zeros on failure
+ * @param[out] details a copy of the block's details as they are now; all zeros on failure
  * @return TTY_DB_ERR_NO_BLOCK too, where no block holds the id.
  */
 TTY_DB_API uint32_t tty_db_block_details_from_tty(tty_db_type *db_h, uint32_t category,
@@ -226,7 +226,7 @@ TTY_DB_API uint32_t tty_db_block_details_from_tty(tty_db_type *db_h, uint32_t ca
  * tag.
  * @param db_h the database
  * @param tag_name compared byte for byte; NULL finds the first block without a tag
- * @param details a copy of the block's details as they are now; all zeros on failure
+ * @param[out] details a copy of the block's details as they are now; all zeros on failure
  * @return TTY_DB_ERR_NO_BLOCK too, where no block carries the tag.
  */
 TTY_DB_API uint32_t tty_db_block_details_from_tag(tty_db_type *db_h, const char *tag_name,
@@ -248,7 +248,8 @@ TTY_DB_API uint32_t tty_db_block_details_from_tag(tty_db_type *db_h, const char 
  * @param entry_size size of the caller's record in bytes, at least sizeof(tty_db_tty_type)
  * @param[out] tty the entry, zero-filled behind its head; NULL on every failure
  * @return 0, TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_LOCK_FAILED, TTY_DB_ERR_NO_BLOCK (manual block
- *   management), TTY_DB_ERR_TTY_EXISTS, TTY_DB_ERR_NO_MEMORY or TTY_DB_ERR_LOCK_INIT.
+ *   management), TTY_DB_ERR_TTY_EXISTS, TTY_DB_ERR_NO_MEMORY, TTY_DB_ERR_LOCK_INIT, or
+ *   TTY_DB_ERR_OVERLAP (a block that tty_db_block_reserve_internal has put in the way).
  */
 TTY_DB_API uint32_t tty_db_tty_register(tty_db_type *db_h, uint32_t category, uint32_t tty_id,
                                         size_t entry_size, tty_db_tty_type **tty);
@@ -373,9 +374,9 @@ TTY_DB_API uint32_t tty_db_iterate_end(tty_db_iterator_type *iterator_h);
  * The routines behind the operations above, for code that is part of the library's own machinery.
  * They take no database lock and check no arguments: they assert what they require.  Should the
  * report of a failed assertion return, a routine that cannot go on leaves with
- * TTY_DB_ERR_INVALID_ARG, outputs NULL and nothing changed.  REQUIRES: arguments in the ranges
- * given above, and the database's write lock held by the calling thread, or for the lookups and the
- * walk either lock, but where a comment says otherwise.
+ * TTY_DB_ERR_INVALID_ARG, its outputs as after any other failure, and nothing changed.  REQUIRES:
+ * arguments in the ranges given above, and the database's write lock held by the calling thread, or
+ * for the lookups and the walk either lock, but where a comment says otherwise.
  */
 /**@{*/
 
@@ -383,11 +384,12 @@ TTY_DB_API uint32_t tty_db_iterate_end(tty_db_iterator_type *iterator_h);
  * As tty_db_block_reserve, in a database of either mode.
  * @param db_h the database
  * @param category 0 to TTY_CATEGORY_MAX
- * @param first_tty as there
- * @param num_ttys as there
- * @param tag_name as there
- * @param ctx as there
- * @param block_h the block
+ * @param first_tty 0 to TTY_PORT_MAX
+ * @param num_ttys at least 1; the last id is at most TTY_PORT_MAX
+ * @param tag_name a string, or NULL
+ * @param ctx any value
+ * @param[out] block_h the block; NULL on every failure
+ * @return 0, TTY_DB_ERR_OVERLAP or TTY_DB_ERR_NO_MEMORY.
  */
 TTY_DB_API uint32_t tty_db_block_reserve_internal(tty_db_type *db_h, uint32_t category,
                                                   uint32_t first_tty, uint32_t num_ttys,
@@ -402,11 +404,12 @@ TTY_DB_API uint32_t tty_db_block_reserve_internal(tty_db_type *db_h, uint32_t ca
 TTY_DB_API void tty_db_block_release_internal(tty_db_type *db_h, tty_db_block_type *block_h);
 
 /**
- * As tty_db_block_resize without options.  Returns 0, TTY_DB_ERR_OVERLAP or TTY_DB_ERR_NO_MEMORY.
+ * As tty_db_block_resize without options.  REQUIRES: a database with manual block management.
  * @param db_h the database
  * @param block_h the block
- * @param first_tty as there
- * @param num_ttys as there
+ * @param first_tty 0 to TTY_PORT_MAX
+ * @param num_ttys at least 1; the last id is at most TTY_PORT_MAX
+ * @return 0, TTY_DB_ERR_OVERLAP or TTY_DB_ERR_NO_MEMORY.
  */
 TTY_DB_API uint32_t tty_db_block_resize_internal(tty_db_type *db_h, tty_db_block_type *block_h,
                                                  uint32_t first_tty, uint32_t num_ttys);
@@ -434,7 +437,7 @@ TTY_DB_API uint32_t tty_db_block_find_block_from_tty_id(tty_db_type *db_h, uint3
 /**
  * Finds the first block, by category, then id, with a tag, or for NULL the first without one.
  * @param db_h the database
- * @param tag_name as there
+ * @param tag_name a string, or NULL
  * @param[out] block the block; NULL with TTY_DB_ERR_NO_BLOCK
  */
 TTY_DB_API uint32_t tty_db_block_find_block_from_tag(tty_db_type *db_h, const char *tag_name,
@@ -445,8 +448,8 @@ TTY_DB_API uint32_t tty_db_block_find_block_from_tag(tty_db_type *db_h, const ch
  * @param db_h the database
  * @param category 0 to TTY_CATEGORY_MAX
  * @param tty_id 0 to TTY_PORT_MAX
- * @param entry_size as there
- * @param tty the entry
+ * @param entry_size at least sizeof(tty_db_tty_type)
+ * @param[out] tty the entry; NULL on every failure
  */
 TTY_DB_API uint32_t tty_db_tty_register_internal(tty_db_type *db_h, uint32_t category,
                                                  uint32_t tty_id, size_t entry_size,
@@ -456,7 +459,7 @@ TTY_DB_API uint32_t tty_db_tty_register_internal(tty_db_type *db_h, uint32_t cat
  * Deregisters the line that is registered at an id of a block.  The block dies with its last line
  * in a database that manages its blocks by itself, unless the block is under release already.
  * @param db_h the database
- * @param block as there
+ * @param block a block of this database
  * @param tty_id 0 to TTY_PORT_MAX
  */
 TTY_DB_API void tty_db_tty_deregister_internal(tty_db_type *db_h, tty_db_block_type *block,
@@ -475,8 +478,7 @@ TTY_DB_API uint32_t tty_db_item_find_insertion_point(tty_db_tty_type *tty, uint3
 /**
  * As tty_db_iterate_next.
  * @param iterator_h the iterator
- * @param category 0 to TTY_CATEGORY_MAX
- * @param tty_id 0 to TTY_PORT_MAX
+ * @param[out] category,tty_id the line's position; TTY_CATEGORY_MAX and 0 on every failure
  */
 TTY_DB_API uint32_t tty_db_iterate_next_internal(tty_db_iterator_type *iterator_h,
                                                  uint32_t *category, uint32_t *tty_id);

@@ -1,5 +1,6 @@
 // The error-code registry: texts of result codes by component, in force once the component has been
-// registered.  A result code holds its component in bits 15 to 27 and its number in bits 9 to 14.
+// registered.  A result code holds its component in bits 15 to 27 and its number in bits 9 to 14;
+// the bits below are 0.
 
 #include <errno.h>
 
@@ -50,6 +51,7 @@ int qerr_register_dll(uint32_t component, const char * /*path*/) {
 }
 
 const char *qerr_strerror(uint32_t code) {
+  if ((code & 0x1ff) != 0) return nullptr;
   const uint32_t id = code >> 15 & 0x1fff;
   const uint32_t number = code >> 9 & 0x3f;
   for (const Component &known : components) {

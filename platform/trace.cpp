@@ -22,7 +22,7 @@ namespace {
 
 // Where the lines go.  One for the process, shared by its clients.
 int trace_fd = STDERR_FILENO;
-unsigned num_clients = 0;
+unsigned num_tracing = 0;  // clients that have a category turned on
 
 // A line under construction.  Always leaves room for the newline.
 struct LineBuffer {
@@ -96,11 +96,15 @@ const char *client_setting(const char *name) {
   return nullptr;
 }
 
-// Turns on the categories that a client's setting names.
-void apply_setting(const tty_trace_context *context, const char *client, const char *setting) {
+// Turns on the categories that a client's setting names.  Returns whether there are any.
+bool apply_setting(const tty_trace_context *context, const char *client, const char *setting) {
+  bool any = false;
+  const auto turn_on = [&](uint32_t category) {
+    context->categories[category].enabled = 1;
+    any = true;
+  };
   if (*setting != ':') {
-    for (uint32_t i = 0; i < context->num_categories; ++i) context->categories[i].enabled = 1;
-    return;
+    for (uint32_t i = 0; i < context->num_categories; ++i) turn_on(i);
   }
   while (*setting == ':' || *setting == '+') {
     ++setting;
@@ -108,7 +112,7 @@ void apply_setting(const tty_trace_context *context, const char *client, const c
     bool known = length == 0;
     for (uint32_t i = 0; i < context->num_categories; ++i) {
       if (!same_name(setting, length, context->categories[i].name)) continue;
-      context->categories[i].enabled = 1;
+      turn_on(i);
       known = true;
     }
     if (!known) {
@@ -117,6 +121,7 @@ void apply_setting(const tty_trace_context *context, const char *client, const c
     }
     setting += length;
   }
+  return any;
 }
 
 void open_output() {
@@ -149,18 +154,16 @@ void tty_debug_initialize(const char *name, uintptr_t /*registration*/,
   made->num_categories = count;
   for (uint32_t i = 0; i < count; ++i) made->categories[i] = {name, categories[i], 0};
   *context = made;
-  if (num_clients++ == 0) open_output();
 
   const char *setting = client_setting(name);
-  if (setting == nullptr) return;
-  apply_setting(made, name, setting);
+  if (setting == nullptr || !apply_setting(made, name, setting)) return;
+  if (num_tracing++ == 0) open_output();
   *enabled = 1;
 }
 
-void tty_debug_cleanup(const char * /*name*/, tty_trace_context *context, uintptr_t /*enabled*/) {
-  if (context == nullptr) return;
+void tty_debug_cleanup(const char * /*name*/, tty_trace_context *context, uintptr_t enabled) {
   free(context);
-  if (--num_clients != 0 || trace_fd == STDERR_FILENO) return;
+  if (enabled == 0 || --num_tracing != 0 || trace_fd == STDERR_FILENO) return;
   close(trace_fd);
   trace_fd = STDERR_FILENO;
 }

@@ -77,8 +77,7 @@ TTY_PLATFORM_API void tty_ltrace_assert(const char *routine, int line, const cha
 /* Puts the texts of a component's result codes in force.  Returns 0, or an error number. */
 TTY_PLATFORM_API int qerr_register_dll(uint32_t component, const char *path);
 
-/* Returns the text of a result code, or NULL if its component is not registered or has none for it.
- */
+/* Returns the text of a result code, or NULL if its component is not registered or has none. */
 TTY_PLATFORM_API const char *qerr_strerror(uint32_t code);
 
 /* Guards a message against floods.  The logger's to use. */

@@ -148,12 +148,14 @@ void starved_and_failing() {
 void misuse() {
   Database db(kLock);
   Database other(0);
+  Database automatic(kAuto);
   tty_db_block_type *block = db.reserve(0, 0, 10);
   tty_db_block_type *foreign = other.reserve(0, 0, 10);
   tty_db_block_type *out = nullptr;
   host::assertions_return(true);
   host::clear();
   host::name(db.get(), "DB");
+  host::name(automatic.get(), "AUTO");
   host::name(block, "BLOCK");
   host::name(foreign, "FOREIGN");
   host::trace(true);
@@ -176,7 +178,7 @@ void misuse() {
   expect("INVALID_ARG", tty_db_block_find_block_from_tag(nullptr, nullptr, &out));
   expect("INVALID_ARG", tty_db_tty_register_internal(db, 0, 1, 8, nullptr));
   tty_db_tty_type *tty = nullptr;
-  expect("NO_BLOCK", tty_db_tty_register_internal(db, 0, 10001, sizeof(Entry), &tty));
+  expect("NO_BLOCK", tty_db_tty_register_internal(automatic, 0, 10001, sizeof(Entry), &tty));
   tty_db_tty_deregister_internal(db, block, 3);
   tty_db_tty_deregister_internal(db, block, 11);
   tty_db_tty_deregister_internal(db, nullptr, 3);

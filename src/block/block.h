@@ -17,10 +17,9 @@
 struct tty_db_block_type {
   tty_db_block_type *next_block;      // NULL too while the block is in no list
   tty_db_block_details_type details;  // what callers see
-  tty_db_tty_type *
-      *ttys;  // slots of ids from first_tty up; at least `capacity`; NULL: not registered
-  tty_db_block_type **link;  // the link that holds this block; NULL while none does
-  bool under_release;        // its lines are being deregistered for its own release
+  tty_db_tty_type **ttys;             // at least `capacity` slots; NULL: not registered
+  tty_db_block_type **link;           // the link that holds this block; NULL while none does
+  bool under_release;                 // its TTYs are being deregistered for its own release
 };
 
 // The slot index of an id in a block.  An id below the block's first wraps to an index past the
@@ -34,6 +33,12 @@ inline uint32_t tty_db_block_end(const tty_db_block_type *block) {
   return block->details.first_tty + block->details.capacity;
 }
 
+// Returns the entry in the slot of an id of a block, or NULL.
+inline tty_db_tty_type *tty_db_block_slot(const tty_db_block_type *block, uint32_t tty_id) {
+  if (block->ttys == nullptr) return nullptr;
+  return block->ttys[TTY_DB_TTY_ID_TO_BLOCK_INDEX(block, tty_id)];
+}
+
 // Returns the entry that a block holds for an id, or NULL.  Traces into the caller's category.
 // REQUIRES: the database lock; the id is in the block.
 inline tty_db_tty_type *tty_db_entry_from_block(const tty_db_block_type *block, uint32_t tty_id,
@@ -44,8 +49,7 @@ inline tty_db_tty_type *tty_db_entry_from_block(const tty_db_block_type *block, 
   if (!TTY_DB_ASSERT(TTY_DB_TTY_ID_TO_BLOCK_INDEX(block, tty_id) < block->details.capacity)) {
     return nullptr;
   }
-  return block->ttys != nullptr ? block->ttys[TTY_DB_TTY_ID_TO_BLOCK_INDEX(block, tty_id)]
-                                : nullptr;
+  return tty_db_block_slot(block, tty_id);
 }
 
 // Refuses a block operation on a database that manages its blocks by itself.  Needs no lock.

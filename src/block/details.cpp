@@ -18,7 +18,7 @@ uint32_t begin_query(tty_db_type *db_h, const char *routine = __builtin_FUNCTION
 // What the queries do alike at their end.
 uint32_t end_query(uint32_t rc, tty_db_block_details_type *details,
                    const char *routine = __builtin_FUNCTION(), int line = __builtin_LINE()) {
-  if (rc != 0 && details != nullptr) *details = {};
+  if (rc != 0 && details != nullptr) memset(details, 0, sizeof(*details));
   tty_db_trace_exit(TTY_DB_TRACE_BLOCK, rc, routine, line);
   return rc;
 }
@@ -60,7 +60,8 @@ uint32_t tty_db_block_details_from_tty(tty_db_type *db_h, uint32_t category, uin
   if (rc == 0) {
     tty_db_block_type *block = nullptr;
     rc = tty_db_block_find_block_from_tty_id(db_h, category, tty_id, &block);
-    if (rc == 0 && TTY_DB_ASSERT(block != NULL)) {
+    if (rc == 0 && !TTY_DB_ASSERT(block != NULL)) rc = TTY_DB_ERR_INVALID_ARG;
+    if (rc == 0) {
       TTY_DB_ASSERT(block->details.category == category);
       TTY_DB_ASSERT(tty_id >= block->details.first_tty);
       TTY_DB_ASSERT(tty_id < block->details.first_tty + block->details.capacity);
@@ -84,7 +85,8 @@ uint32_t tty_db_block_details_from_tag(tty_db_type *db_h, const char *tag_name,
   if (rc == 0) {
     tty_db_block_type *block = nullptr;
     rc = tty_db_block_find_block_from_tag(db_h, tag_name, &block);
-    if (rc == 0 && TTY_DB_ASSERT(block != NULL)) {
+    if (rc == 0 && !TTY_DB_ASSERT(block != NULL)) rc = TTY_DB_ERR_INVALID_ARG;
+    if (rc == 0) {
       TTY_DB_ASSERT((block->details.tag_name == NULL && tag_name == NULL) ||
                     (block->details.tag_name != NULL && tag_name != NULL &&
                      !strcmp(block->details.tag_name, tag_name)));

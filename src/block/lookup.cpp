@@ -81,7 +81,7 @@ uint32_t tty_db_block_find_block_from_tty_id(tty_db_type *db_h, uint32_t categor
                                              tty_db_block_type **block) {
   const bool valid = db_h != nullptr && category <= TTY_CATEGORY_MAX && tty_id <= TTY_PORT_MAX;
   if (!tty_db_tracing() && valid && block != nullptr) {
-    // Nobody asks for the lines of the steps below, and nothing is to be asserted.
+    // The steps below would trace nothing, and assert what the directory promises.
     *block = tty_db_directory_find(db_h, category, tty_id);
     return *block != nullptr ? 0 : TTY_DB_ERR_NO_BLOCK;
   }

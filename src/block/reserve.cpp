@@ -53,7 +53,7 @@ uint32_t tty_db_block_reserve(tty_db_type *db_h, uint32_t category, uint32_t fir
   if (category > TTY_CATEGORY_MAX) {
     rc = tty_db_reject(TTY_DB_TRACE_BLOCK, "Invalid category %d", category);
   }
-  if (!tty_db_is_range(first_tty, num_ttys)) {
+  if (!tty_db_is_valid_range(first_tty, num_ttys)) {
     rc = tty_db_reject(TTY_DB_TRACE_BLOCK, "Invalid first TTY / number of TTYs");
   }
   if (rc == 0) rc = tty_db_block_check_mode(db_h);

@@ -115,7 +115,7 @@ uint32_t tty_db_block_resize(tty_db_type *db_h, tty_db_block_type *block_h, uint
   uint32_t rc = 0;
   if (db_h == nullptr) rc = tty_db_reject(TTY_DB_TRACE_BLOCK, "NULL DB handle");
   if (block_h == nullptr) rc = tty_db_reject(TTY_DB_TRACE_BLOCK, "NULL Block handle");
-  if (!tty_db_is_range(first_tty, num_ttys)) {
+  if (!tty_db_is_valid_range(first_tty, num_ttys)) {
     rc = tty_db_reject(TTY_DB_TRACE_BLOCK, "Invalid first TTY / number of TTYs");
   }
   if ((options & ~TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG) != 0) {

@@ -1,4 +1,6 @@
 // A database from its creation to its destruction.
+//
+// Destruction is a call against the order of the folders: src/block builds on src/db.
 
 #include <stdlib.h>
 #include <string.h>
@@ -88,10 +90,11 @@ uint32_t tty_db_destroy(tty_db_type *db_h) {
       TTY_DB_TRACE_IF(TTY_DB_TRACE_GLOBAL, TTY_DB_TRACE_LINE, __func__, "Looking at category %lu",
                       category);
       tty_db_block_type *const *head = &db_h->block_lists[category];
-      while (*head != nullptr) {
+      while (tty_db_block_type *block = *head) {
         TTY_DB_TRACE_IF(TTY_DB_TRACE_GLOBAL, TTY_DB_TRACE_LINE, __func__, "Destroying block %X",
-                        *head);
-        tty_db_block_release_internal(db_h, *head);
+                        block);
+        tty_db_block_release_internal(db_h, block);
+        if (*head == block) break;  // not where its list should hold it, and reported
       }
     }
     tty_db_unlock(db_h, TTY_DB_TRACE_GLOBAL);

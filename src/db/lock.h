@@ -32,7 +32,7 @@ bool tty_db_is_writelocked(tty_db_type *db);
                      "pthread_rwlock_trywrlock(&" #db "->rwlock) == EDEADLK")
 
 // Tries for the write lock until it has been busy TTY_DB_WRITELOCK_ATTEMPTS times.
-// Returns 0 or TTY_DB_ERR_LOCK_FAILED.
+// Returns 0 or TTY_DB_ERR_LOCK_FAILED; for a NULL handle TTY_DB_ERR_INVALID_ARG.
 uint32_t tty_db_writelock(tty_db_type *db, tty_db_trace_category category);
 
 // Takes the read lock.  Returns 0 or TTY_DB_ERR_LOCK_FAILED.

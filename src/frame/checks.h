@@ -28,7 +28,7 @@ template <typename... Args>
 
 // Says whether first_tty .. first_tty + num_ttys - 1 is a range of ids: not empty, none above
 // TTY_PORT_MAX, and no wrap-around.
-inline bool tty_db_is_range(uint32_t first_tty, uint32_t num_ttys) {
+inline bool tty_db_is_valid_range(uint32_t first_tty, uint32_t num_ttys) {
   return num_ttys > 0 && uint64_t{first_tty} + num_ttys - 1 <= TTY_PORT_MAX;
 }
 

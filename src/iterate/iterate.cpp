@@ -75,12 +75,13 @@ uint32_t tty_db_iterate_next(tty_db_iterator_type *iterator_h, uint32_t *categor
 
 namespace {
 
-// Moves the position past the next registered line of its category that is not above `max_id`, or
-// past `max_id`'s block where there is none.  Returns whether there is one: its id is next_id - 1.
-// REQUIRES: the database lock.  Traces and asserts as `routine`.
+// Looks for the next registered TTY of the category that is not above `max_id`, and moves the
+// position past it.  Returns whether there is one: its id is next_id - 1.  If not, the position is
+// left anywhere: the caller moves on.  REQUIRES: the database lock.  Traces and asserts as
+// `routine`.
 bool find_in_category(tty_db_iterator_type *iterator_h, uint32_t max_id, const char *routine) {
   if (!tty_db_tracing()) {
-    // Nobody asks for the lines of the walk below: the directory knows the outcome.
+    // The walk below would trace nothing; the directory knows its outcome.
     const uint32_t found = tty_db_directory_next_registered(
         iterator_h->db_h, iterator_h->next_category, iterator_h->next_id, max_id);
     iterator_h->next_id = found + 1;

@@ -9,7 +9,7 @@
 // Takes the write lock.
 uint32_t tty_db_tty_deregister(tty_db_type *db_h, uint32_t category, uint32_t tty_id) {
   TTY_DB_TRACE_IF(TTY_DB_TRACE_TTY, TTY_DB_TRACE_ENTRY, __func__, "Entering ..");
-  uint32_t rc = tty_db_check_line(db_h, category, tty_id);
+  uint32_t rc = tty_db_check_tty(db_h, category, tty_id);
   if (rc == 0) rc = tty_db_writelock(db_h, TTY_DB_TRACE_TTY);
   if (rc == 0) {
     tty_db_block_type *block = nullptr;

@@ -22,8 +22,8 @@ inline void tty_db_set_lock_owner(tty_db_tty_type *tty, pthread_t owner) {
 
 // Checks the arguments that name a line, for the calling operation.  Returns 0 or
 // TTY_DB_ERR_INVALID_ARG.
-inline uint32_t tty_db_check_line(const tty_db_type *db_h, uint32_t category, uint32_t tty_id,
-                                  tty_db_check_site site = TTY_DB_TRACE_TTY) {
+inline uint32_t tty_db_check_tty(const tty_db_type *db_h, uint32_t category, uint32_t tty_id,
+                                 tty_db_check_site site = TTY_DB_TRACE_TTY) {
   uint32_t rc = 0;
   if (db_h == nullptr) rc = tty_db_reject(site, "NULL DB handle");
   if (category > TTY_CATEGORY_MAX) rc = tty_db_reject(site, "Invalid category %d", category);

@@ -3,6 +3,8 @@
 
 #include <stdlib.h>
 
+#include <algorithm>
+
 #include "block/directory.h"
 #include "tty/entry.h"
 
@@ -15,10 +17,7 @@ uint32_t reserve_automatic_block(tty_db_type *db_h, uint32_t category, uint32_t 
   const uint32_t first_tty = tty_id - tty_id % TTY_DB_AUTO_BLOCK_SIZE;
   TTY_DB_TRACE_IF(TTY_DB_TRACE_TTY, TTY_DB_TRACE_LINE, routine,
                   "Creating automatic block starting at ID %lu", first_tty);
-  uint32_t num_ttys = TTY_DB_AUTO_BLOCK_SIZE;
-  if (first_tty <= TTY_PORT_MAX && num_ttys > TTY_PORT_MAX - first_tty + 1) {
-    num_ttys = TTY_PORT_MAX - first_tty + 1;
-  }
+  const uint32_t num_ttys = std::min(TTY_DB_AUTO_BLOCK_SIZE, TTY_PORT_MAX - first_tty + 1);
   return tty_db_block_reserve_internal(db_h, category, first_tty, num_ttys, nullptr, 0, block);
 }
 
@@ -54,7 +53,7 @@ uint32_t allocate_entry(size_t entry_size, const char *routine, tty_db_tty_type 
 uint32_t tty_db_tty_register(tty_db_type *db_h, uint32_t category, uint32_t tty_id,
                              size_t entry_size, tty_db_tty_type **tty) {
   TTY_DB_TRACE_IF(TTY_DB_TRACE_TTY, TTY_DB_TRACE_ENTRY, __func__, "Entering ..");
-  uint32_t rc = tty_db_check_line(db_h, category, tty_id);
+  uint32_t rc = tty_db_check_tty(db_h, category, tty_id);
   if (entry_size < sizeof(tty_db_tty_type)) {
     rc = tty_db_reject(TTY_DB_TRACE_TTY, "Invalid entry size %d (need %d)", entry_size,
                        sizeof(tty_db_tty_type));
@@ -91,7 +90,8 @@ uint32_t tty_db_tty_register_internal(tty_db_type *db_h, uint32_t category, uint
 
     TTY_DB_TRACE_IF(TTY_DB_TRACE_TTY, TTY_DB_TRACE_LINE, __func__, "Retrieving block");
     rc = tty_db_block_find_block_from_tty_id(db_h, category, tty_id, &block);
-    if (rc == TTY_DB_ERR_NO_BLOCK && (db_h->options & TTY_DB_OPT_AUTO_BLOCKS) != 0) {
+    if (rc == TTY_DB_ERR_NO_BLOCK && (db_h->options & TTY_DB_OPT_AUTO_BLOCKS) != 0 &&
+        tty_id <= TTY_PORT_MAX) {
       rc = reserve_automatic_block(db_h, category, tty_id, __func__, &block);
       block_created = rc == 0;
     }

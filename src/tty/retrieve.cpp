@@ -10,8 +10,7 @@ uint32_t obtain_entry(const tty_db_type *db_h, uint32_t category, uint32_t tty_i
                       tty_db_tty_type **tty) {
   const tty_db_block_type *block = tty_db_directory_find(db_h, category, tty_id);
   if (block == nullptr) return TTY_DB_ERR_NOT_REGISTERED;
-  *tty =
-      block->ttys != nullptr ? block->ttys[TTY_DB_TTY_ID_TO_BLOCK_INDEX(block, tty_id)] : nullptr;
+  *tty = tty_db_block_slot(block, tty_id);
   return *tty != nullptr ? tty_db_lock_tty(db_h, *tty) : TTY_DB_ERR_NOT_REGISTERED;
 }
 
@@ -23,7 +22,7 @@ uint32_t tty_db_tty_retrieve(tty_db_type *db_h, uint32_t category, uint32_t tty_
   TTY_DB_TRACE_IF(TTY_DB_TRACE_TTY, TTY_DB_TRACE_ENTRY, __func__,
                   "Entering ..DB=%X: category=%lu, tty_id=%lu, tty=%X", db_h, category, tty_id,
                   tty);
-  uint32_t rc = tty_db_check_line(db_h, category, tty_id);
+  uint32_t rc = tty_db_check_tty(db_h, category, tty_id);
   if (tty == nullptr) rc = tty_db_reject(TTY_DB_TRACE_TTY, "NULL TTY output variable");
   if (rc == 0) rc = tty_db_readlock(db_h, TTY_DB_TRACE_TTY);
   if (rc == 0) {
