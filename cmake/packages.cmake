@@ -59,4 +59,20 @@ foreach(component ${CPACK_COMPONENTS_ALL})
     DESTINATION share/doc/${${component}_package} COMPONENT ${component} EXCLUDE_FROM_ALL)
 endforeach()
 
+# What GDB needs to print the records of the libraries: the debug information that stripping takes from them,
+# where GDB looks for it.
+foreach(library ttydb ttyplatform)
+  install(CODE "
+    execute_process(COMMAND ${CMAKE_READELF} -n $<TARGET_FILE:${library}> OUTPUT_VARIABLE notes)
+    if(notes MATCHES \"Build ID: (..)([0-9a-f]+)\")
+      set(directory \$ENV{DESTDIR}/usr/lib/debug/.build-id/\${CMAKE_MATCH_1})
+      set(file \${directory}/\${CMAKE_MATCH_2}.debug)
+      file(MAKE_DIRECTORY \${directory})
+      execute_process(COMMAND ${CMAKE_OBJCOPY} --only-keep-debug --compress-debug-sections
+        $<TARGET_FILE:${library}> \${file})
+      file(CHMOD \${file} PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+    endif()
+  " COMPONENT development EXCLUDE_FROM_ALL)
+endforeach()
+
 include(CPack)
