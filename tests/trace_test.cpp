@@ -40,7 +40,6 @@ void automatic_life() {
   tty_db_tty_register(db, 2, 15, sizeof(Entry), &tty);
   host::name(tty, "TTY");
   tty_db_item_create(tty, 7, 8, &data);
-  tty_db_item_create(tty, 8, 8, &data);
   tty_db_item_create(tty, 7, 8, &data);
   tty_db_tty_retrieve(db, 2, 15, &tty);
   tty_db_tty_unlock(db, tty);
@@ -49,7 +48,6 @@ void automatic_life() {
   tty_db_iterate_next(iterator, &category, &id);
   tty_db_iterate_next(iterator, &category, &id);
   tty_db_iterate_end(iterator);
-  tty_db_tty_deregister(db, 2, 16);
   tty_db_tty_deregister(db, 2, 15);
   tty_db_get_details(db, nullptr, nullptr);
   tty_db_destroy(db);
@@ -74,7 +72,6 @@ void manual_life() {
   tty_db_tty_register(db, 1, 11, sizeof(Entry), &tty);
   host::name(tty, "TTY");
   tty_db_tty_register(db, 1, 11, sizeof(Entry), &tty);
-  tty_db_block_details_from_handle(db, low, &details);
   tty_db_block_details_from_tty(db, 1, 13, &details);
   tty_db_block_details_from_tag(db, "low", &details);
   tty_db_block_resize(db, low, 12, 9, TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG);
@@ -84,7 +81,6 @@ void manual_life() {
   host::fail_call(1, "calloc");
   tty_db_block_resize(db, low, 30, 3, 0);
   host::end_failing();
-  tty_db_block_resize(db, low, 31, 3, 0);
   host::trace(false);
   tty_db_tty_register(db, 1, 32, sizeof(Entry), &tty);
   host::trace(true);
@@ -98,7 +94,6 @@ void starved_and_failing() {
   tty_db_type *db = nullptr;
   tty_db_tty_type *tty = nullptr;
   tty_db_block_type *block = nullptr;
-  tty_db_iterator_type *iterator = nullptr;
   void *data = nullptr;
   host::fail_call(1, "pthread_rwlock_init");
   tty_db_create(0, &db);
@@ -115,8 +110,6 @@ void starved_and_failing() {
     host::fail_call(1, call);
     tty_db_tty_register(db, 0, 9, sizeof(Entry), &tty);
   }
-  host::fail_call(1, "calloc");
-  tty_db_iterate_start(db, 0, 0, 0, 0, &iterator);
   host::fail_call(1, "pthread_rwlock_rdlock");
   tty_db_tty_retrieve(db, 0, 9, &tty);
   host::end_failing();
@@ -128,12 +121,11 @@ void starved_and_failing() {
   tty_db_tty_unlock(db, tty);
   host::fail_call(1, "pthread_mutex_destroy");
   tty_db_tty_deregister(db, 0, 9);
-  host::fail_call(1, "pthread_rwlock_destroy");
-  tty_db_destroy(db);
   host::end_failing();
+  host::trace(false);
+  tty_db_destroy(db);
 
   // An automatic block does not outlive the registration that it has been made for.
-  host::trace(false);
   tty_db_create(kAuto, &db);
   host::name(db, "DB");
   host::trace(true);
