@@ -22,8 +22,8 @@ T *marker() {
 // One call: what it returns, what it says of its arguments, and what an output holds afterwards.
 struct Rejection {
   std::function<uint32_t()> call;
-  const char *result;
   const char *lines;  // the lines that it traces for its checks, each closed by a bar
+  const char *result = "INVALID_ARG";
 };
 
 void expect_rejected(const std::vector<Rejection> &cases) {
@@ -57,74 +57,64 @@ TEST(Interface, BadArgumentsAreRejectedEachWithItsLine) {
   uint32_t id = 1;
   tty_db_block_type *live = db.reserve(0, 0, 10);
   tty_db_tty_type *entry = db.add(0, 5);
-  const char *const bad = "INVALID_ARG";
+#define CALL(...) [&] { return __VA_ARGS__; }
   expect_rejected({
-      {[&] { return tty_db_create(4, &made); }, bad, "Invalid options argument|"},
-      {[&] { return tty_db_create(0, nullptr); }, bad, "NULL handle pointer argument|"},
-      {[&] { return tty_db_create(7, nullptr); }, bad,
-       "Invalid options argument|NULL handle pointer argument|"},
-      {[&] { return tty_db_destroy(nullptr); }, bad, "NULL handle pointer argument|"},
-      {[&] { return tty_db_get_details(nullptr, &id, &id); }, bad, "NULL handle pointer argument|"},
-
-      {[&] { return tty_db_block_reserve(nullptr, 6, 0, 1, nullptr, 0, nullptr); }, bad,
+      {CALL(tty_db_create(4, &made)), "Invalid options argument|"},
+      {CALL(tty_db_create(0, nullptr)), "NULL handle pointer argument|"},
+      {CALL(tty_db_create(7, nullptr)), "Invalid options argument|NULL handle pointer argument|"},
+      {CALL(tty_db_destroy(nullptr)), "NULL handle pointer argument|"},
+      {CALL(tty_db_get_details(nullptr, &id, &id)), "NULL handle pointer argument|"},
+      {CALL(tty_db_block_reserve(nullptr, 6, 0, 1, nullptr, 0, nullptr)),
        "NULL DB handle|NULL Block handle|Invalid category 6|"},
-      {[&] { return tty_db_block_reserve(db, 0, 0, 0, nullptr, 0, &block); }, bad,
+      {CALL(tty_db_block_reserve(db, 0, 0, 0, nullptr, 0, &block)),
        "Invalid first TTY / number of TTYs|"},
-      {[&] { return tty_db_block_reserve(db, 0, 1, 10001, nullptr, 0, &block); }, bad,
+      {CALL(tty_db_block_reserve(db, 0, 1, 10001, nullptr, 0, &block)),
        "Invalid first TTY / number of TTYs|"},
-      {[&] { return tty_db_block_reserve(db, 0, 0xFFFFFFFF, 2, nullptr, 0, &block); }, bad,
+      {CALL(tty_db_block_reserve(db, 0, 0xFFFFFFFF, 2, nullptr, 0, &block)),
        "Invalid first TTY / number of TTYs|"},
-      {[&] { return tty_db_block_reserve(automatic, 0, 0, 0, nullptr, 0, &block); }, bad,
+      {CALL(tty_db_block_reserve(automatic, 0, 0, 0, nullptr, 0, &block)),
        "Invalid first TTY / number of TTYs|"},
-      {[&] { return tty_db_block_reserve(automatic, 0, 0, 1, nullptr, 0, &block); }, "WRONG_MODE",
-       "DB has automatic block management|"},
-      {[&] { return tty_db_block_release(nullptr, nullptr, 2); }, bad,
+      {CALL(tty_db_block_reserve(automatic, 0, 0, 1, nullptr, 0, &block)),
+       "DB has automatic block management|", "WRONG_MODE"},
+      {CALL(tty_db_block_release(nullptr, nullptr, 2)),
        "NULL DB handle|NULL Block handle|Invalid block options 0x2|"},
-      {[&] { return tty_db_block_release(automatic, live, 0); }, "WRONG_MODE",
-       "DB has automatic block management|"},
-      {[&] { return tty_db_block_resize(nullptr, nullptr, 1, 10001, 3); }, bad,
+      {CALL(tty_db_block_release(automatic, live, 0)), "DB has automatic block management|",
+       "WRONG_MODE"},
+      {CALL(tty_db_block_resize(nullptr, nullptr, 1, 10001, 3)),
        "NULL DB handle|NULL Block handle|Invalid first TTY / number of TTYs|Invalid block options "
        "0x3|"},
-      {[&] { return tty_db_block_resize(db, live, 10001, 0, 0); }, bad,
-       "Invalid first TTY / number of TTYs|"},
-      {[&] { return tty_db_block_resize(automatic, live, 0, 1, 0); }, "WRONG_MODE",
-       "DB has automatic block management|"},
-      {[&] { return tty_db_block_details_from_handle(nullptr, nullptr, nullptr); }, bad,
+      {CALL(tty_db_block_resize(db, live, 10001, 0, 0)), "Invalid first TTY / number of TTYs|"},
+      {CALL(tty_db_block_resize(automatic, live, 0, 1, 0)), "DB has automatic block management|",
+       "WRONG_MODE"},
+      {CALL(tty_db_block_details_from_handle(nullptr, nullptr, nullptr)),
        "NULL DB handle|NULL Block handle|NULL Details pointer|"},
-      {[&] { return tty_db_block_details_from_tty(nullptr, 6, 10001, nullptr); }, bad,
+      {CALL(tty_db_block_details_from_tty(nullptr, 6, 10001, nullptr)),
        "NULL DB handle|NULL Details pointer|Invalid category 6|Invalid first TTY|"},
-      {[&] { return tty_db_block_details_from_tag(nullptr, "x", nullptr); }, bad,
+      {CALL(tty_db_block_details_from_tag(nullptr, "x", nullptr)),
        "NULL DB handle|NULL Details pointer|"},
-      {[&] { return tty_db_block_details_from_tag(automatic, nullptr, &details); }, "WRONG_MODE",
-       "DB has automatic block management|"},
-
-      {[&] { return tty_db_tty_register(nullptr, 6, 10001, sizeof(tty_db_tty_type) - 1, nullptr); },
-       bad,
+      {CALL(tty_db_block_details_from_tag(automatic, nullptr, &details)),
+       "DB has automatic block management|", "WRONG_MODE"},
+      {CALL(tty_db_tty_register(nullptr, 6, 10001, sizeof(tty_db_tty_type) - 1, nullptr)),
        "NULL DB handle|Invalid category 6|Invalid TTY Id 10001|Invalid entry size 55 (need "
-       "56)|NULL "
-       "TTY handle|"},
-      {[&] { return tty_db_tty_deregister(nullptr, 6, 10001); }, bad,
+       "56)|NULL TTY handle|"},
+      {CALL(tty_db_tty_deregister(nullptr, 6, 10001)),
        "NULL DB handle|Invalid category 6|Invalid TTY Id 10001|"},
-      {[&] { return tty_db_tty_retrieve(nullptr, 6, 10001, nullptr); }, bad,
+      {CALL(tty_db_tty_retrieve(nullptr, 6, 10001, nullptr)),
        "NULL DB handle|Invalid category 6|Invalid TTY Id 10001|NULL TTY output variable|"},
-      {[&] { return tty_db_tty_retrieve(db, 0, 10001, &tty); }, bad, "Invalid TTY Id 10001|"},
-      {[&] { return tty_db_tty_unlock(nullptr, nullptr); }, bad,
-       "NULL DB handle|NULL TTY entry structure|"},
-
-      {[&] { return tty_db_item_create(nullptr, 1, 0, nullptr); }, bad,
+      {CALL(tty_db_tty_retrieve(db, 0, 10001, &tty)), "Invalid TTY Id 10001|"},
+      {CALL(tty_db_tty_unlock(nullptr, nullptr)), "NULL DB handle|NULL TTY entry structure|"},
+      {CALL(tty_db_item_create(nullptr, 1, 0, nullptr)),
        "NULL TTY entry pointer|0 size is illegal|NULL item output pointer|"},
-      {[&] { return tty_db_item_get(nullptr, 1, nullptr); }, bad,
+      {CALL(tty_db_item_get(nullptr, 1, nullptr)),
        "NULL TTY entry pointer|NULL item output pointer|"},
-      {[&] { return tty_db_item_get(entry, 1, nullptr); }, bad, "NULL item output pointer|"},
-      {[&] { return tty_db_item_destroy(nullptr, 1); }, bad, "NULL TTY entry pointer|"},
-
-      {[&] { return tty_db_iterate_start(nullptr, 6, 10001, 7, 10002, nullptr); }, bad,
+      {CALL(tty_db_item_get(entry, 1, nullptr)), "NULL item output pointer|"},
+      {CALL(tty_db_item_destroy(nullptr, 1)), "NULL TTY entry pointer|"},
+      {CALL(tty_db_iterate_start(nullptr, 6, 10001, 7, 10002, nullptr)),
        "NULL DB handle|Invalid start category 6|Invalid start Id 10001|Invalid end category "
-       "7|Invalid "
-       "end Id 10002|NULL iterator handle output variable|"},
-      {[&] { return tty_db_iterate_next(nullptr, nullptr, nullptr); }, bad,
+       "7|Invalid end Id 10002|NULL iterator handle output variable|"},
+      {CALL(tty_db_iterate_next(nullptr, nullptr, nullptr)),
        "NULL Iterator handle|NULL category output argument|NULL TTY ID output argument|"},
-      {[&] { return tty_db_iterate_end(nullptr); }, bad, "NULL iterator argument|"},
+      {CALL(tty_db_iterate_end(nullptr)), "NULL iterator argument|"},
   });
 
   // Outputs after a rejection: set to their failure values, or untouched.
