@@ -64,7 +64,7 @@ under=()
 
 # build PRESET [TARGET]: configures and builds a preset, or one target of it.
 build() {
-  need cmake ninja-build g++ libgtest-dev pkg-config
+  need cmake ninja-build g++ libgtest-dev pkg-config python3
   step "configure $1" cmake --preset "$1"
   step "build $1${2:+: $2}" "${under[@]}" cmake --build --preset "$1" ${2:+--target "$2"}
 }
