@@ -7,9 +7,7 @@
 #include <algorithm>
 #include <deque>
 #include <map>
-#include <memory>
 #include <random>
-#include <set>
 #include <tuple>
 
 #include "block/block.h"
@@ -18,6 +16,7 @@
 namespace {
 
 using host::result_name;
+using Position = std::pair<uint32_t, uint32_t>;  // category and id
 
 struct ModelLine {
   tty_db_tty_type *tty = nullptr;
@@ -27,15 +26,29 @@ struct ModelLine {
 struct ModelBlock {
   uint32_t first = 0;
   uint32_t count = 0;
-  std::string tag;
+  std::string tag;  // "" for none
   tty_db_block_type *handle = nullptr;
+  bool operator<(const ModelBlock &other) const { return first < other.first; }
   bool holds(uint32_t id) const { return id >= first && id < first + count; }
 };
 
 class Model {
  public:
   Model(uint32_t options, unsigned seed)
-      : db_(options), automatic_(options & kAuto), random_(seed) {}
+      : db_(options),
+        locking_((options & kLock) != 0),
+        automatic_((options & kAuto) != 0),
+        random_(seed) {
+    start_iterator();
+  }
+  ~Model() {
+    EXPECT_EQ(tty_db_iterate_end(iterator_), 0u);
+    EXPECT_GE(host::zeros_at_last_free(), 2 * sizeof(Position) + sizeof(void *));
+    // The end of the database ends a hold of this thread's.
+    const auto &rest = lines_[category_];
+    tty_db_tty_type *held = nullptr;
+    if (!rest.empty()) tty_db_tty_retrieve(db_, category_, rest.begin()->first, &held);
+  }
 
   void run(int steps) {
     for (int step = 0; step < steps && !testing::Test::HasFailure(); ++step) {
@@ -67,6 +80,10 @@ class Model {
       return &block != but && first < block.first + block.count && block.first < first + count;
     });
   }
+  void add_block(const ModelBlock &block) {
+    blocks().push_back(block);
+    std::sort(blocks().begin(), blocks().end());
+  }
   void erase_block(const ModelBlock *gone) {
     blocks().erase(blocks().begin() + (gone - blocks().data()));
   }
@@ -81,6 +98,8 @@ class Model {
       line = dropped(line->first) ? lines().erase(line) : std::next(line);
     }
   }
+
+  std::string random_tag() { return below(2) == 0 ? "" : "tag" + std::to_string(below(4)); }
 
   // At times makes an allocation of the next operation fail.
   void starve_at_times() {
@@ -122,7 +141,7 @@ class Model {
     lines()[id_].tty = tty;
     if (block == nullptr) {
       const uint32_t first = id_ - id_ % 10;
-      blocks().push_back({first, std::min(10u, TTY_PORT_MAX - first + 1), "", nullptr});
+      add_block({first, std::min(10u, TTY_PORT_MAX - first + 1), "", nullptr});
     }
     EXPECT_EQ(tty_db_tty_unlock(db_, tty), 0u);
   }
@@ -130,6 +149,8 @@ class Model {
   void remove_line() {
     const bool known = lines().count(id_) != 0;
     ModelBlock *block = block_of(id_);
+    tty_db_tty_type *held = nullptr;  // at times by this thread itself
+    if (below(3) == 0) tty_db_tty_retrieve(db_, category_, id_, &held);
     const uint32_t rc = tty_db_tty_deregister(db_, category_, id_);
     took_effect(rc, known ? "OK" : block != nullptr ? "NOT_REGISTERED" : "NO_BLOCK");
     lines().erase(id_);
@@ -145,7 +166,7 @@ class Model {
     EXPECT_EQ(result_name(rc), known ? "OK" : "NOT_REGISTERED");
     if (!known || rc != 0) return;
     auto &items = lines()[id_].items;
-    const uint32_t key = below(6);
+    const uint32_t key = below(6) - 1;
     const auto item = std::find_if(items.begin(), items.end(),
                                    [&](const auto &candidate) { return candidate.first == key; });
     void *data = nullptr;
@@ -155,6 +176,7 @@ class Model {
       if (took_effect(made, item != items.end() ? "ITEM_EXISTS" : "OK")) {
         items.emplace_front(key, static_cast<char *>(data));
         EXPECT_EQ(*static_cast<char *>(data), 0);
+        EXPECT_EQ(reinterpret_cast<uintptr_t>(data) % alignof(max_align_t), 0u);
         *static_cast<char *>(data) = static_cast<char>(key + 1);
       } else {
         EXPECT_EQ(data, nullptr);
@@ -168,7 +190,7 @@ class Model {
 
   void reserve() {
     const uint32_t count = 1 + below(below(5) == 0 ? 200 : 12);
-    const std::string tag = below(2) == 0 ? "" : "tag" + std::to_string(below(4));
+    std::string tag = random_tag();
     tty_db_block_type *handle = nullptr;
     starve_at_times();
     const uint32_t rc = tty_db_block_reserve(db_, category_, id_, count,
@@ -177,8 +199,9 @@ class Model {
                            : automatic_                    ? "WRONG_MODE"
                            : overlaps(id_, count, nullptr) ? "OVERLAP"
                                                            : "OK";
-    if (took_effect(rc, expected)) blocks().push_back({id_, count, tag, handle});
+    if (took_effect(rc, expected)) add_block({id_, count, tag, handle});
     EXPECT_EQ(handle == nullptr, rc != 0);
+    tag.assign("overwritten");  // the library has a copy
   }
 
   void resize() {
@@ -205,6 +228,7 @@ class Model {
     erase_lines(dropped);
     block->first = first;
     block->count = count;
+    std::sort(blocks().begin(), blocks().end());
   }
 
   void release() {
@@ -222,14 +246,14 @@ class Model {
   void check() {
     // The counts and the walk over all lines.
     uint32_t num_blocks = 0;
-    std::vector<std::pair<uint32_t, uint32_t>> expected;
+    std::vector<Position> expected;
     for (uint32_t category = 0; category <= TTY_CATEGORY_MAX; ++category) {
       num_blocks += static_cast<uint32_t>(blocks_[category].size());
       for (const auto &line : lines_[category]) expected.emplace_back(category, line.first);
     }
     EXPECT_EQ(db_.counts(), std::make_pair(num_blocks, static_cast<uint32_t>(expected.size())));
     EXPECT_EQ(db_.lines(), expected);
-    using Position = std::pair<uint32_t, uint32_t>;
+    check_iterator(expected);
     const Position start(below(TTY_CATEGORY_MAX + 1), below(130));
     const Position end(below(TTY_CATEGORY_MAX + 1),
                        below(2) != 0 ? below(130) : TTY_PORT_MAX - below(25));
@@ -238,14 +262,60 @@ class Model {
     EXPECT_EQ(db_.lines(start.first, start.second, end.first, end.second), expected);
     check_blocks();
     check_directory();
+    check_details();
     check_line();
+  }
+
+  void start_iterator() {
+    EXPECT_EQ(tty_db_iterate_start(db_, 0, 0, TTY_CATEGORY_MAX, TTY_PORT_MAX, &iterator_), 0u);
+    next_ = {0, 0};
+  }
+
+  // An iterator that lives through many steps: it yields the first line from its position on as the
+  // database is now, and none any more once it has found none.
+  void check_iterator(const std::vector<Position> &lines) {
+    if (below(4) != 0) return;
+    const auto line = std::lower_bound(lines.begin(), lines.end(), next_);
+    const bool more = line != lines.end();
+    Position found;
+    EXPECT_EQ(result_name(tty_db_iterate_next(iterator_, &found.first, &found.second)),
+              more ? "OK" : "NO_MORE");
+    EXPECT_EQ(found, more ? *line : Position(TTY_CATEGORY_MAX, 0));
+    next_ = more ? Position(found.first, found.second + 1) : Position(TTY_CATEGORY_MAX + 1, 0);
+    if (more || below(10) != 0) return;
+    EXPECT_EQ(tty_db_iterate_end(iterator_), 0u);
+    start_iterator();
+  }
+
+  // The details of the block that holds the step's id, and of the first block with a tag.
+  void check_details() {
+    tty_db_block_details_type details;
+    const uint32_t by_line = tty_db_block_details_from_tty(db_, category_, id_, &details);
+    expect_details(block_of(id_), by_line, details);
+
+    const std::string tag = random_tag();
+    const ModelBlock *first = nullptr;
+    for (const auto &blocks : blocks_) {
+      const auto block = std::find_if(blocks.begin(), blocks.end(),
+                                      [&](const auto &candidate) { return candidate.tag == tag; });
+      if (first == nullptr && block != blocks.end()) first = &*block;
+    }
+    const char *argument = tag.empty() ? nullptr : tag.c_str();
+    expect_details(first, tty_db_block_details_from_tag(db_, argument, &details), details);
+  }
+
+  void expect_details(const ModelBlock *block, uint32_t rc,
+                      const tty_db_block_details_type &details) {
+    const char *expected = automatic_ ? "WRONG_MODE" : block != nullptr ? "OK" : "NO_BLOCK";
+    EXPECT_EQ(result_name(rc), expected);
+    tty_db_block_details_type wanted = {};
+    if (rc == 0) tty_db_block_details_from_handle(db_, block->handle, &wanted);
+    EXPECT_EQ(memcmp(&details, &wanted, sizeof(details)), 0);  // the tag's pointer included
+    EXPECT_EQ(details.block_h, rc == 0 ? block->handle : nullptr);
   }
 
   // The category's list against the model: order, ranges, counts, slots.
   void check_blocks() {
-    std::sort(blocks().begin(), blocks().end(), [](const ModelBlock &one, const ModelBlock &other) {
-      return one.first < other.first;
-    });
     const tty_db_block_type *block = db_.get()->block_lists[category_];
     for (const ModelBlock &wanted : blocks()) {
       ASSERT_NE(block, nullptr);
@@ -289,14 +359,23 @@ class Model {
     }
   }
 
-  // The line that the step was about: its entry and its items.
+  // The line that the step was about: its entry, who holds it, and its items.
   void check_line() {
     const auto line = lines().find(id_);
-    tty_db_tty_type *tty = nullptr;
+    tty_db_tty_type *const untouched = reinterpret_cast<tty_db_tty_type *>(this);
+    tty_db_tty_type *tty = untouched;
     const uint32_t rc = tty_db_tty_retrieve(db_, category_, id_, &tty);
     EXPECT_EQ(rc, line != lines().end() ? 0 : TTY_DB_ERR_NOT_REGISTERED);
-    if (rc != 0 || line == lines().end()) return;
+    if (line == lines().end()) {
+      EXPECT_EQ(tty, block_of(id_) != nullptr ? nullptr : untouched);
+      return;
+    }
     EXPECT_EQ(tty, line->second.tty);
+    EXPECT_TRUE(pthread_equal(tty->lock_owner, pthread_self()));
+    tty_db_tty_type *again = nullptr;
+    EXPECT_EQ(result_name(tty_db_tty_retrieve(db_, category_, id_, &again)),
+              locking_ ? "LOCK_FAILED" : "OK");
+    EXPECT_EQ(again, tty);
     for (const auto &item : line->second.items) {
       void *data = nullptr;
       EXPECT_EQ(tty_db_item_get(tty, item.first, &data), 0u);
@@ -304,11 +383,15 @@ class Model {
       EXPECT_EQ(*item.second, static_cast<char>(item.first + 1));
     }
     EXPECT_EQ(tty_db_tty_unlock(db_, tty), 0u);
+    EXPECT_TRUE(pthread_equal(tty->lock_owner, locking_ ? 0xFFFFFFFF : pthread_self()));
   }
 
   Database db_;
+  bool locking_;
   bool automatic_;
   std::mt19937 random_;
+  tty_db_iterator_type *iterator_ = nullptr;
+  Position next_;  // the iterator's; past the last category once it is exhausted
   uint32_t category_ = 0;
   uint32_t id_ = 0;
   std::map<uint32_t, ModelLine> lines_[TTY_CATEGORY_MAX + 1];

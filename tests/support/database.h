@@ -16,7 +16,21 @@ constexpr uint32_t kAuto = TTY_DB_OPT_AUTO_BLOCKS;
 // A caller's record.
 struct Entry {
   tty_db_tty_type head;
-  unsigned char own[40];
+  uint64_t value;
+  unsigned char rest[32];
+};
+
+// What a caller keeps of a database.
+struct Handles {
+  tty_db_type *db = nullptr;
+  tty_db_block_type *block = nullptr;
+  tty_db_block_type *other_block = nullptr;
+  tty_db_tty_type *tty = nullptr;
+  tty_db_iterator_type *iterator = nullptr;
+  void *item = nullptr;
+  uint32_t category = 0;
+  uint32_t id = 0;
+  tty_db_block_details_type details = {};
 };
 
 class Database {
@@ -34,9 +48,8 @@ class Database {
   Database &operator=(const Database &) = delete;
 
   tty_db_type *get() const { return db_; }
-  operator tty_db_type *() const {
-    return db_;
-  }  // NOLINT(google-explicit-constructor): as an argument
+  // NOLINTNEXTLINE(google-explicit-constructor): a database is given as an argument
+  operator tty_db_type *() const { return db_; }
 
   tty_db_block_type *reserve(uint32_t category, uint32_t first, uint32_t count,
                              const char *tag = nullptr, uintptr_t ctx = 0) {
