@@ -16,170 +16,95 @@
 
 namespace {
 
-struct World {
-  explicit World(uint32_t options) : db(options) {}
-  Database db;
-  tty_db_block_type *block = nullptr;
-  tty_db_tty_type *tty = nullptr;
-  tty_db_iterator_type *iterator = nullptr;
-  void *item = nullptr;
-  uint32_t category = 0;
-  uint32_t id = 0;
-  tty_db_type *other_db = nullptr;
+struct World : Handles {
+  explicit World(uint32_t options) : database(options) { db = database; }
+  Database database;
+  tty_db_type *made = nullptr;
 };
+using Step = std::function<void(World &)>;
 
 struct Operation {
   const char *name;
   uint32_t options;
-  std::function<void(World &)> prepare;
-  std::function<uint32_t(World &)> run;
-  std::function<void(World &)> finish;
   // For each call, in order: "call=outcome".  "fine" means that the operation succeeds all the
-  // same, "asserts" that it does so after reporting an assertion, "dies" that the process ends with
-  // a message.
-  std::vector<std::string> outcomes;
+  // same, "asserts" that it does so after reporting an assertion, "dies" that the process ends.
+  std::string outcomes;
+  std::function<uint32_t(World &)> run;
+  Step prepare = [](World &) {};
+  Step finish = [](World &) {};
 };
 
-void nothing(World &) {}
-
-// What the check for a held write lock makes of failed calls.
-#define WRITELOCKED_CHECK \
-  "pthread_rwlock_trywrlock=asserts", "clock_gettime=dies", "pthread_rwlock_timedwrlock=asserts"
-#define TAKE_ENTRY_AND_GIVE_BACK "pthread_mutex_trylock=fine", "pthread_mutex_unlock=fine"
+#define READ_LOCK "rwlock_rdlock=LOCK_FAILED+message "
+#define WRITE_LOCK "rwlock_trywrlock=LOCK_FAILED "
+#define HELD_FOR_WRITING "rwlock_trywrlock=asserts clock_gettime=dies rwlock_timedwrlock=asserts "
+#define WAIT_FOR_HOLDER "mutex_trylock=fine mutex_unlock=fine "
+#define CLEAN_UP_ENTRY "mutex_trylock=asserts mutex_unlock=asserts mutex_destroy=fine "
+#define UNLOCK "rwlock_unlock=dies+panic "
 
 const Operation kOperations[] = {
-    {"create",
-     0,
-     nothing,
-     [](World &w) { return tty_db_create(0, &w.other_db); },
-     [](World &w) { tty_db_destroy(w.other_db); },
-     {"calloc=NO_MEMORY", "pthread_rwlock_init=LOCK_INIT+message"}},
+    {"create", 0, "calloc=NO_MEMORY rwlock_init=LOCK_INIT+message ",
+     [](World &w) { return tty_db_create(0, &w.made); }, [](World &) {},
+     [](World &w) { tty_db_destroy(w.made); }},
 
-    {"destroy",
-     0,
-     [](World &w) { tty_db_create(0, &w.other_db); },
-     [](World &w) { return tty_db_destroy(w.other_db); },
-     nothing,
-     {"pthread_rwlock_trywrlock=LOCK_FAILED", "pthread_rwlock_unlock=dies+panic",
-      "pthread_rwlock_destroy=fine"}},
+    {"destroy", 0, WRITE_LOCK UNLOCK "rwlock_destroy=fine ",
+     [](World &w) { return tty_db_destroy(w.made); }, [](World &w) { tty_db_create(0, &w.made); }},
 
-    {"reserve",
-     0,
-     nothing,
-     [](World &w) { return tty_db_block_reserve(w.db, 0, 0, 5, "tag", 0, &w.block); },
-     nothing,
-     {"pthread_rwlock_trywrlock=LOCK_FAILED", WRITELOCKED_CHECK, "calloc=NO_MEMORY",
-      "strdup=NO_MEMORY", "calloc=NO_MEMORY", "pthread_rwlock_unlock=dies+panic"}},
+    {"reserve", 0,
+     WRITE_LOCK HELD_FOR_WRITING "calloc=NO_MEMORY strdup=NO_MEMORY calloc=NO_MEMORY " UNLOCK,
+     [](World &w) { return tty_db_block_reserve(w.db, 0, 0, 5, "tag", 0, &w.block); }},
 
-    {"release with a line",
-     kLock,
-     [](World &w) {
-       w.block = w.db.reserve(0, 0, 5, "tag");
-       w.db.add(0, 3);
-     },
+    {"release with a line", kLock,
+     WRITE_LOCK HELD_FOR_WRITING HELD_FOR_WRITING HELD_FOR_WRITING WAIT_FOR_HOLDER CLEAN_UP_ENTRY
+         UNLOCK,
      [](World &w) { return tty_db_block_release(w.db, w.block, 0); },
-     nothing,
-     {"pthread_rwlock_trywrlock=LOCK_FAILED", WRITELOCKED_CHECK, WRITELOCKED_CHECK,
-      WRITELOCKED_CHECK, TAKE_ENTRY_AND_GIVE_BACK, "pthread_mutex_trylock=asserts",
-      "pthread_mutex_unlock=asserts", "pthread_mutex_destroy=fine",
-      "pthread_rwlock_unlock=dies+panic"}},
+     [](World &w) {
+       w.block = w.database.reserve(0, 0, 5, "tag");
+       w.database.add(0, 3);
+     }},
 
-    {"grow",
-     0,
-     [](World &w) { w.block = w.db.reserve(0, 5, 5); },
-     [](World &w) { return tty_db_block_resize(w.db, w.block, 5, 6, 0); },
-     nothing,
-     {"pthread_rwlock_trywrlock=LOCK_FAILED", WRITELOCKED_CHECK, "calloc=NO_MEMORY",
-      "pthread_rwlock_unlock=dies+panic"}},
-
-    {"shrink",
-     0,
-     [](World &w) { w.block = w.db.reserve(0, 5, 5); },
+    {"shrink", 0,
+     WRITE_LOCK HELD_FOR_WRITING HELD_FOR_WRITING "calloc=fine " HELD_FOR_WRITING UNLOCK,
      [](World &w) { return tty_db_block_resize(w.db, w.block, 6, 4, 1); },
-     nothing,
-     {"pthread_rwlock_trywrlock=LOCK_FAILED", WRITELOCKED_CHECK, WRITELOCKED_CHECK, "calloc=fine",
-      WRITELOCKED_CHECK, "pthread_rwlock_unlock=dies+panic"}},
+     [](World &w) { w.block = w.database.reserve(0, 5, 5); }},
 
-    {"details",
-     0,
-     [](World &w) { w.block = w.db.reserve(0, 5, 5); },
-     [](World &w) {
-       tty_db_block_details_type details;
-       const uint32_t rc = tty_db_block_details_from_handle(w.db, w.block, &details);
-       EXPECT_EQ(details.block_h, rc == 0 ? w.block : nullptr);
-       return rc;
-     },
-     nothing,
-     {"pthread_rwlock_rdlock=LOCK_FAILED+message", "pthread_rwlock_unlock=dies+panic"}},
+    {"register in a new block", kLock | kAuto,
+     WRITE_LOCK HELD_FOR_WRITING HELD_FOR_WRITING
+     "calloc=NO_MEMORY calloc=NO_MEMORY calloc=NO_MEMORY mutexattr_init=LOCK_INIT+message "
+     "mutexattr_settype=LOCK_INIT+message mutex_init=LOCK_INIT+message mutexattr_destroy=fine "
+     "mutex_trylock=LOCK_FAILED+message " UNLOCK,
+     [](World &w) { return tty_db_tty_register(w.db, 0, 7, sizeof(Entry), &w.tty); },
+     [](World &) {}, [](World &w) { tty_db_tty_unlock(w.db, w.tty); }},
 
-    {"register in a new block",
-     kLock | kAuto,
-     nothing,
+    {"deregister the last line, with an item", kLock | kAuto,
+     WRITE_LOCK HELD_FOR_WRITING WAIT_FOR_HOLDER CLEAN_UP_ENTRY HELD_FOR_WRITING HELD_FOR_WRITING
+         UNLOCK,
+     [](World &w) { return tty_db_tty_deregister(w.db, 0, 7); },
      [](World &w) {
-       const uint32_t rc = tty_db_tty_register(w.db, 0, 7, sizeof(Entry), &w.tty);
-       EXPECT_EQ(w.tty == nullptr, rc != 0);
-       return rc;
-     },
-     [](World &w) { tty_db_tty_unlock(w.db, w.tty); },
-     {"pthread_rwlock_trywrlock=LOCK_FAILED", WRITELOCKED_CHECK, WRITELOCKED_CHECK,
-      "calloc=NO_MEMORY", "calloc=NO_MEMORY", "calloc=NO_MEMORY",
-      "pthread_mutexattr_init=LOCK_INIT+message", "pthread_mutexattr_settype=LOCK_INIT+message",
-      "pthread_mutex_init=LOCK_INIT+message", "pthread_mutexattr_destroy=fine",
-      "pthread_mutex_trylock=LOCK_FAILED+message", "pthread_rwlock_unlock=dies+panic"}},
-
-    {"deregister the last line, with an item",
-     kLock | kAuto,
-     [](World &w) {
-       w.tty = w.db.add(0, 7, true);
+       w.tty = w.database.add(0, 7, true);
        tty_db_item_create(w.tty, 1, 1, &w.item);
        tty_db_tty_unlock(w.db, w.tty);
-     },
-     [](World &w) { return tty_db_tty_deregister(w.db, 0, 7); },
-     nothing,
-     {"pthread_rwlock_trywrlock=LOCK_FAILED", WRITELOCKED_CHECK, TAKE_ENTRY_AND_GIVE_BACK,
-      "pthread_mutex_trylock=asserts", "pthread_mutex_unlock=asserts", "pthread_mutex_destroy=fine",
-      WRITELOCKED_CHECK, WRITELOCKED_CHECK, "pthread_rwlock_unlock=dies+panic"}},
+     }},
 
-    {"retrieve",
-     kLock | kAuto,
-     [](World &w) { w.db.add(0, 7); },
+    {"retrieve", kLock | kAuto, READ_LOCK "mutex_trylock=LOCK_FAILED+message " UNLOCK,
      [](World &w) { return tty_db_tty_retrieve(w.db, 0, 7, &w.tty); },
-     [](World &w) { tty_db_tty_unlock(w.db, w.tty); },
-     {"pthread_rwlock_rdlock=LOCK_FAILED+message", "pthread_mutex_trylock=LOCK_FAILED+message",
-      "pthread_rwlock_unlock=dies+panic"}},
+     [](World &w) { w.database.add(0, 7); }, [](World &w) { tty_db_tty_unlock(w.db, w.tty); }},
 
-    {"unlock",
-     kLock | kAuto,
-     [](World &w) { w.tty = w.db.add(0, 7, true); },
+    {"unlock", kLock | kAuto, "mutex_trylock=asserts mutex_unlock=dies+panic ",
      [](World &w) { return tty_db_tty_unlock(w.db, w.tty); },
-     nothing,
-     {"pthread_mutex_trylock=asserts", "pthread_mutex_unlock=dies+panic"}},
+     [](World &w) { w.tty = w.database.add(0, 7, true); }},
 
-    {"create an item",
-     kAuto,
-     [](World &w) { w.tty = w.db.add(0, 7); },
-     [](World &w) {
-       const uint32_t rc = tty_db_item_create(w.tty, 1, 10, &w.item);
-       EXPECT_EQ(w.tty->item_list_head == nullptr, rc != 0);
-       return rc;
-     },
-     nothing,
-     {"calloc=NO_MEMORY"}},
-
-    {"advance an iterator",
-     kAuto,
-     [](World &w) {
-       w.db.add(0, 7);
-       tty_db_iterate_start(w.db, 0, 0, 5, 0, &w.iterator);
-     },
+    {"advance an iterator", kAuto, READ_LOCK UNLOCK,
      [](World &w) {
        const uint32_t rc = tty_db_iterate_next(w.iterator, &w.category, &w.id);
        EXPECT_EQ(std::make_pair(w.category, w.id),
                  rc == 0 ? std::make_pair(0u, 7u) : std::make_pair(5u, 0u));
        return rc;
      },
-     [](World &w) { tty_db_iterate_end(w.iterator); },
-     {"pthread_rwlock_rdlock=LOCK_FAILED+message", "pthread_rwlock_unlock=dies+panic"}},
+     [](World &w) {
+       w.database.add(0, 7);
+       tty_db_iterate_start(w.db, 0, 0, 5, 0, &w.iterator);
+     },
+     [](World &w) { tty_db_iterate_end(w.iterator); }},
 };
 
 // Runs an operation with its nth call failing, and writes the outcome to standard error.
@@ -188,8 +113,8 @@ void run_with_failure(const Operation &operation, int nth) {
   operation.prepare(world);
   host::assertions_return(true);
   host::clear();
-  const auto lines = world.db.lines();
-  const auto counts = world.db.counts();
+  const auto lines = world.database.lines();
+  const auto counts = world.database.counts();
   const size_t allocations = host::live_allocations();
   host::fail_call(nth, "", EINVAL);
   const uint32_t rc = operation.run(world);
@@ -204,8 +129,8 @@ void run_with_failure(const Operation &operation, int nth) {
   if (log.find("message") != std::string::npos) outcome += "+message";
   fprintf(stderr, "outcome %s\n", outcome.c_str());
   if (rc != 0) {
-    EXPECT_EQ(world.db.lines(), lines);
-    EXPECT_EQ(world.db.counts(), counts);
+    EXPECT_EQ(world.database.lines(), lines);
+    EXPECT_EQ(world.database.counts(), counts);
     EXPECT_EQ(host::live_allocations(), allocations);
     EXPECT_EQ(operation.run(world), 0u);
   }
@@ -219,29 +144,26 @@ std::string word_after(const std::string &text, const std::string &key) {
   return text.substr(at + key.size(), text.find('\n', at) - at - key.size());
 }
 
-// As run_with_failure, in a process of its own.  Returns "call=outcome", or "" where there is no
-// nth call.
+// As run_with_failure, in a process of its own.  Returns "call=outcome ", with the call's
+// "pthread_" left out, or "" where there is no nth call.
 std::string outcome_of(const Operation &operation, int nth) {
-  int ends[2];
-  EXPECT_EQ(pipe(ends), 0);
+  std::FILE *errors = tmpfile();
   fflush(stdout);
   const pid_t child = fork();
   if (child == 0) {
-    dup2(ends[1], STDERR_FILENO);
+    dup2(fileno(errors), STDERR_FILENO);
     host::announce_failures();
     run_with_failure(operation, nth);
     fflush(stdout);
     _exit(testing::Test::HasFailure() ? 1 : 0);
   }
-  close(ends[1]);
-  std::string said;
-  char buffer[256];
-  for (ssize_t got = 0; (got = read(ends[0], buffer, sizeof(buffer))) > 0;) {
-    said.append(buffer, static_cast<size_t>(got));
-  }
-  close(ends[0]);
   int status = 0;
   EXPECT_EQ(waitpid(child, &status, 0), child);
+  rewind(errors);
+  std::string said;
+  for (int c = 0; (c = fgetc(errors)) != EOF;) said += static_cast<char>(c);
+  fclose(errors);
+
   std::string outcome = word_after(said, "outcome ");
   if (WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT) {
     outcome = said.find("message PANIC") != std::string::npos ? "dies+panic" : "dies";
@@ -249,16 +171,18 @@ std::string outcome_of(const Operation &operation, int nth) {
     EXPECT_EQ(status, 0) << operation.name << ", call " << nth << ": " << said;
   }
   const std::string failed = word_after(said, "failing ");
-  return failed.empty() ? "" : failed + "=" + outcome;
+  const size_t prefix = failed.rfind("pthread_", 0) == 0 ? 8 : 0;
+  return failed.empty() ? "" : failed.substr(prefix) + "=" + outcome + " ";
 }
 
 TEST(Faults, OfEveryCall) {
   for (const Operation &operation : kOperations) {
     SCOPED_TRACE(operation.name);
-    std::vector<std::string> outcomes;
-    for (std::string outcome;
-         !(outcome = outcome_of(operation, static_cast<int>(outcomes.size()) + 1)).empty();) {
-      outcomes.push_back(outcome);
+    std::string outcomes;
+    std::string outcome;
+    for (int nth = 1; nth == 1 || !outcome.empty(); ++nth) {
+      outcome = outcome_of(operation, nth);
+      outcomes += outcome;
     }
     EXPECT_EQ(outcomes, operation.outcomes);
   }

@@ -29,30 +29,43 @@ class SpinLock {
 };
 using Guard = std::lock_guard<SpinLock>;
 
-SpinLock mutex;
-std::vector<std::string> entries;
-std::map<const void *, std::string> names;
 std::atomic<bool> returns{false};
 std::atomic<int> waiting{0};
+bool announce = false;
 tty_trace_category categories[5];
 tty_trace_context context = {categories, 5};
 uintptr_t *trace_switch = nullptr;
 
+// What threads record and look up, under one lock.
+struct Records {
+  SpinLock lock;
+  std::vector<std::string> log;
+  std::map<const void *, std::string> names;
+  std::unordered_map<void *, size_t> live;  // allocations, with their sizes
+  std::map<std::string, long> calls;
+  size_t zeros = 0;
+};
+
+Records &records() {
+  static Records &instance = *new Records;  // outlives every destructor
+  return instance;
+}
+
 void record(const std::string &entry) {
-  const Guard guard(mutex);
-  entries.push_back(entry);
+  const Guard guard(records().lock);
+  records().log.push_back(entry);
 }
 
 std::string pointer_name(const void *pointer) {
   if (pointer == nullptr) return "0";
-  const Guard guard(mutex);
-  const auto found = names.find(pointer);
-  return found != names.end() ? found->second : "..";
+  const Guard guard(records().lock);
+  const auto found = records().names.find(pointer);
+  return found != records().names.end() ? found->second : "..";
 }
 
-std::string number(const char *format, unsigned long long value) {
+std::string hexadecimal(unsigned long long value) {
   char text[32];
-  snprintf(text, sizeof(text), format, value);
+  snprintf(text, sizeof(text), "%llx", value);
   return text;
 }
 
@@ -66,9 +79,9 @@ std::string format_words(const char *format, va_list args) {
     ++c;
     if (*c == 'l') ++c;
     if (*c == 's') text += va_arg(args, const char *);
-    if (*c == 'd') text += number("%lld", va_arg(args, unsigned long long));
-    if (*c == 'u') text += number("%llu", va_arg(args, unsigned long long));
-    if (*c == 'x') text += number("%llx", va_arg(args, unsigned long long));
+    if (*c == 'd') text += std::to_string(va_arg(args, long long));
+    if (*c == 'u') text += std::to_string(va_arg(args, unsigned long long));
+    if (*c == 'x') text += hexadecimal(va_arg(args, unsigned long long));
     if (*c == 'X') text += pointer_name(va_arg(args, const void *));
   }
   return text;
@@ -79,8 +92,8 @@ std::string format_words(const char *format, va_list args) {
 namespace host {
 
 std::vector<std::string> log() {
-  const Guard guard(mutex);
-  return entries;
+  const Guard guard(records().lock);
+  return records().log;
 }
 
 std::string log_text() {
@@ -90,14 +103,14 @@ std::string log_text() {
 }
 
 void clear() {
-  const Guard guard(mutex);
-  entries.clear();
-  names.clear();
+  const Guard guard(records().lock);
+  records().log.clear();
+  records().names.clear();
 }
 
 void name(const void *pointer, const std::string &name) {
-  const Guard guard(mutex);
-  names[pointer] = name;
+  const Guard guard(records().lock);
+  records().names[pointer] = name;
 }
 
 void trace(bool on) { *trace_switch = on ? 1 : 0; }
@@ -184,8 +197,6 @@ int __in_dlclose(void) { return 0; }
 // The calls of the library's that can be made to fail.  The linker hands them here (--wrap).
 namespace {
 
-bool announce = false;
-
 struct {
   int nth = 0;
   std::string function;
@@ -193,22 +204,10 @@ struct {
   std::string failed;
 } thread_local fault;
 
-struct Heap {
-  SpinLock mutex;
-  std::unordered_map<void *, size_t> live;
-  size_t zeros = 0;
-  std::map<std::string, long> calls;
-};
-
-Heap &heap() {
-  static Heap &instance = *new Heap;  // outlives every destructor
-  return instance;
-}
-
 bool fails(const char *function) {
   {
-    const Guard guard(heap().mutex);
-    ++heap().calls[function];
+    const Guard guard(records().lock);
+    ++records().calls[function];
   }
   if (fault.nth == 0 || (!fault.function.empty() && fault.function != function)) return false;
   if (--fault.nth != 0) return false;
@@ -218,8 +217,8 @@ bool fails(const char *function) {
 }
 
 void *track(void *pointer, size_t size) {
-  const Guard guard(heap().mutex);
-  if (pointer != nullptr) heap().live[pointer] = size;
+  const Guard guard(records().lock);
+  if (pointer != nullptr) records().live[pointer] = size;
   return pointer;
 }
 
@@ -240,18 +239,18 @@ std::string end_failing() {
 void announce_failures() { announce = true; }
 
 long calls(const std::string &function) {
-  const Guard guard(heap().mutex);
-  return heap().calls[function];
+  const Guard guard(records().lock);
+  return records().calls[function];
 }
 
 size_t live_allocations() {
-  const Guard guard(heap().mutex);
-  return heap().live.size();
+  const Guard guard(records().lock);
+  return records().live.size();
 }
 
 size_t zeros_at_last_free() {
-  const Guard guard(heap().mutex);
-  return heap().zeros;
+  const Guard guard(records().lock);
+  return records().zeros;
 }
 
 }  // namespace host
@@ -284,17 +283,14 @@ char *__wrap_strdup(const char *text) {
 
 void __wrap_free(void *pointer) {
   {
-    const Guard guard(mutex);
-    names.erase(pointer);
-  }
-  {
-    const Guard guard(heap().mutex);
-    const auto found = heap().live.find(pointer);
-    if (found != heap().live.end()) {
+    const Guard guard(records().lock);
+    records().names.erase(pointer);
+    const auto found = records().live.find(pointer);
+    if (found != records().live.end()) {
       const auto *bytes = static_cast<const unsigned char *>(pointer);
-      heap().zeros = 0;
-      while (heap().zeros < found->second && bytes[heap().zeros] == 0) ++heap().zeros;
-      heap().live.erase(found);
+      records().zeros = 0;
+      while (records().zeros < found->second && bytes[records().zeros] == 0) ++records().zeros;
+      records().live.erase(found);
     }
   }
   __real_free(pointer);
