@@ -24,10 +24,11 @@ uint32_t insist(const std::function<uint32_t()> &operation) {
   return rc;
 }
 
-struct Counter {
-  tty_db_tty_type head;
-  uint64_t value;
-};
+void insist_on_adding(tty_db_type *db, uint32_t id) {
+  tty_db_tty_type *tty = nullptr;
+  ASSERT_EQ(insist([&] { return tty_db_tty_register(db, 0, id, sizeof(Entry), &tty); }), 0u);
+  ASSERT_EQ(tty_db_tty_unlock(db, tty), 0u);
+}
 
 // Threads that retrieve and change entries, add and remove lines, reshape a block and iterate, all
 // at once.
@@ -36,11 +37,7 @@ void hammer(uint32_t options) {
   constexpr int kRounds = 300;
   Database db(options);
   tty_db_block_type *block = (options & kAuto) == 0 ? db.reserve(0, 0, 200) : nullptr;
-  for (uint32_t id = 0; id < kLines; ++id) {
-    tty_db_tty_type *tty = nullptr;
-    ASSERT_EQ(tty_db_tty_register(db, 0, id, sizeof(Counter), &tty), 0u);
-    ASSERT_EQ(tty_db_tty_unlock(db, tty), 0u);
-  }
+  for (uint32_t id = 0; id < kLines; ++id) db.add(0, id);
   std::atomic<uint64_t> added{0};
 
   const auto user = [&](unsigned seed) {
@@ -49,7 +46,7 @@ void hammer(uint32_t options) {
       tty_db_tty_type *tty = nullptr;
       ASSERT_EQ(tty_db_tty_retrieve(db, 0, static_cast<uint32_t>(random() % kLines), &tty), 0u);
       if ((options & kLock) != 0) {
-        ++reinterpret_cast<Counter *>(tty)->value;
+        ++reinterpret_cast<Entry *>(tty)->value;
         ++added;
         void *item = nullptr;
         if (tty_db_item_create(tty, seed, 8, &item) != 0) {
@@ -61,9 +58,7 @@ void hammer(uint32_t options) {
   };
   const auto writer = [&](uint32_t id) {
     for (int i = 0; i < kRounds; ++i) {
-      tty_db_tty_type *tty = nullptr;
-      ASSERT_EQ(insist([&] { return tty_db_tty_register(db, 0, id, sizeof(Counter), &tty); }), 0u);
-      ASSERT_EQ(tty_db_tty_unlock(db, tty), 0u);
+      insist_on_adding(db, id);
       if (block != nullptr) {
         const uint32_t size = 150 + id % 50;
         ASSERT_EQ(insist([&] { return tty_db_block_resize(db, block, 0, size, 0); }), 0u);
@@ -86,7 +81,7 @@ void hammer(uint32_t options) {
   for (uint32_t id = 0; id < kLines; ++id) {
     tty_db_tty_type *tty = nullptr;
     ASSERT_EQ(tty_db_tty_retrieve(db, 0, id, &tty), 0u);
-    sum += reinterpret_cast<Counter *>(tty)->value;
+    sum += reinterpret_cast<Entry *>(tty)->value;
     ASSERT_EQ(tty_db_tty_unlock(db, tty), 0u);
   }
   EXPECT_EQ(sum, added);
@@ -115,11 +110,7 @@ TEST(Threads, AWriterGivesUpAfterTenTriesAndAReaderDoesNot) {
   EXPECT_EQ(tty_db_destroy(db), TTY_DB_ERR_LOCK_FAILED);
 
   // One that comes while the lock is about to be free gets it.
-  std::thread writer([&] {
-    tty_db_tty_type *added = nullptr;
-    EXPECT_EQ(insist([&] { return tty_db_tty_register(db, 0, 2, sizeof(Entry), &added); }), 0u);
-    EXPECT_EQ(tty_db_tty_unlock(db, added), 0u);
-  });
+  std::thread writer([&] { insist_on_adding(db, 2); });
   wait_until([&] { return host::calls("usleep") >= pauses + 22; });
   EXPECT_EQ(tty_db_tty_unlock(db, held), 0u);
   writer.join();
@@ -163,10 +154,8 @@ TEST(Threads, WhateverDeregistersAnEntryWaitsForItsHolder) {
 
 void release_by_another_thread() {
   host::assertions_return(true);
-  tty_db_type *db = nullptr;
-  tty_db_tty_type *tty = nullptr;
-  tty_db_create(kLock | kAuto, &db);
-  tty_db_tty_register(db, 0, 0, sizeof(Entry), &tty);
+  Database db(kLock | kAuto);
+  tty_db_tty_type *tty = db.add(0, 0, true);
   std::thread([&] { tty_db_tty_unlock(db, tty); }).join();
 }
 

@@ -1,8 +1,8 @@
 // What the operations trace, line by line, and what they assert.
 //
-// The transcripts stand in tests/transcripts/, one file a scenario: category, "<" exit or ">" entry
-// line or
-// ".", routine, text.  Pointers are printed by name where a scenario names them.
+// The transcripts stand in tests/transcripts/, one file a scenario, one line each: category, ">"
+// for an entry line, "<" for an exit line or ".", routine, text.  Pointers that a scenario names
+// are printed by name.
 
 #include <algorithm>
 #include <fstream>
@@ -12,128 +12,98 @@
 
 namespace {
 
-std::vector<std::string> transcript(const std::string &scenario) {
-  std::ifstream file(std::string(TRANSCRIPTS) + "/" + scenario + ".txt");
-  std::vector<std::string> lines;
-  for (std::string line; std::getline(file, line);) lines.push_back(line);
-  return lines;
+// Does what a scenario needs and does not show.
+void untraced(const std::function<void()> &steps) {
+  host::end_failing();
+  host::trace(false);
+  steps();
+  host::trace(true);
 }
 
-struct Scenario {
-  const char *name;
-  std::function<void()> run;
-};
-
 void automatic_life() {
-  tty_db_type *db = nullptr;
-  tty_db_tty_type *tty = nullptr;
-  void *data = nullptr;
-  uint32_t category = 0;
-  uint32_t id = 0;
-  tty_db_iterator_type *iterator = nullptr;
-  for (const void *output : {static_cast<void *>(&db), static_cast<void *>(&tty),
-                             static_cast<void *>(&data), static_cast<void *>(&iterator)}) {
+  Handles w;
+  for (const void *output : {static_cast<void *>(&w.db), static_cast<void *>(&w.tty),
+                             static_cast<void *>(&w.item), static_cast<void *>(&w.iterator)}) {
     host::name(output, "&out");
   }
-  tty_db_create(kLock | kAuto, &db);
-  host::name(db, "DB");
-  tty_db_tty_register(db, 2, 15, sizeof(Entry), &tty);
-  host::name(tty, "TTY");
-  tty_db_item_create(tty, 7, 8, &data);
-  tty_db_item_create(tty, 7, 8, &data);
-  tty_db_tty_retrieve(db, 2, 15, &tty);
-  tty_db_tty_unlock(db, tty);
-  tty_db_iterate_start(db, 1, 17, 2, 15, &iterator);
-  host::name(iterator, "ITER");
-  tty_db_iterate_next(iterator, &category, &id);
-  tty_db_iterate_next(iterator, &category, &id);
-  tty_db_iterate_end(iterator);
-  tty_db_tty_deregister(db, 2, 15);
-  tty_db_get_details(db, nullptr, nullptr);
-  tty_db_destroy(db);
+  tty_db_create(kLock | kAuto, &w.db);
+  host::name(w.db, "DB");
+  tty_db_tty_register(w.db, 2, 15, sizeof(Entry), &w.tty);
+  host::name(w.tty, "TTY");
+  tty_db_item_create(w.tty, 7, 8, &w.item);
+  tty_db_item_create(w.tty, 7, 8, &w.item);
+  tty_db_tty_retrieve(w.db, 2, 15, &w.tty);
+  tty_db_tty_unlock(w.db, w.tty);
+  tty_db_iterate_start(w.db, 1, 17, 2, 15, &w.iterator);
+  host::name(w.iterator, "ITER");
+  tty_db_iterate_next(w.iterator, &w.category, &w.id);
+  tty_db_iterate_next(w.iterator, &w.category, &w.id);
+  tty_db_iterate_end(w.iterator);
+  tty_db_tty_deregister(w.db, 2, 15);
+  tty_db_get_details(w.db, nullptr, nullptr);
+  tty_db_destroy(w.db);
 }
 
 void manual_life() {
-  tty_db_type *db = nullptr;
-  tty_db_block_type *low = nullptr;
-  tty_db_block_type *high = nullptr;
-  tty_db_block_type *none = nullptr;
-  tty_db_tty_type *tty = nullptr;
-  tty_db_block_details_type details;
-  host::trace(false);
-  tty_db_create(0, &db);
-  host::name(db, "DB");
-  host::trace(true);
-  tty_db_block_reserve(db, 1, 10, 3, "low", 7, &low);
-  host::name(low, "LOW");
-  tty_db_block_reserve(db, 1, 20, 2, nullptr, 0, &high);
-  host::name(high, "HIGH");
-  tty_db_block_reserve(db, 1, 12, 9, nullptr, 0, &none);
-  tty_db_tty_register(db, 1, 11, sizeof(Entry), &tty);
-  host::name(tty, "TTY");
-  tty_db_tty_register(db, 1, 11, sizeof(Entry), &tty);
-  tty_db_block_details_from_tty(db, 1, 13, &details);
-  tty_db_block_details_from_tag(db, "low", &details);
-  tty_db_block_resize(db, low, 12, 9, TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG);
-  tty_db_block_resize(db, low, 11, 10, TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG);
+  Handles w;
+  untraced([&] { tty_db_create(0, &w.db); });
+  host::name(w.db, "DB");
+  tty_db_block_reserve(w.db, 1, 20, 2, nullptr, 0, &w.block);
+  host::name(w.block, "HIGH");
+  tty_db_block_reserve(w.db, 1, 10, 3, "low", 7, &w.block);
+  host::name(w.block, "LOW");
+  tty_db_block_reserve(w.db, 1, 12, 9, nullptr, 0, &w.other_block);
+  tty_db_tty_register(w.db, 1, 11, sizeof(Entry), &w.tty);
+  host::name(w.tty, "TTY");
+  tty_db_tty_register(w.db, 1, 11, sizeof(Entry), &w.tty);
+  tty_db_block_details_from_tty(w.db, 1, 13, &w.details);
+  tty_db_block_details_from_tag(w.db, "low", &w.details);
+  tty_db_block_resize(w.db, w.block, 12, 9, TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG);
+  tty_db_block_resize(w.db, w.block, 11, 10, TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG);
   host::fail_call(1, "calloc");
-  tty_db_block_resize(db, low, 9, 4, 0);
+  tty_db_block_resize(w.db, w.block, 9, 4, 0);
   host::fail_call(1, "calloc");
-  tty_db_block_resize(db, low, 30, 3, 0);
-  host::end_failing();
-  host::trace(false);
-  tty_db_tty_register(db, 1, 32, sizeof(Entry), &tty);
-  host::trace(true);
-  tty_db_block_release(db, low, TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG);
-  tty_db_block_release(db, low, 0);
-  host::trace(false);
-  tty_db_destroy(db);
+  tty_db_block_resize(w.db, w.block, 30, 3, 0);
+  untraced([&] { tty_db_tty_register(w.db, 1, 32, sizeof(Entry), &w.tty); });
+  tty_db_block_release(w.db, w.block, TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG);
+  tty_db_block_release(w.db, w.block, 0);
+  untraced([&] { tty_db_destroy(w.db); });
 }
 
 void starved_and_failing() {
-  tty_db_type *db = nullptr;
-  tty_db_tty_type *tty = nullptr;
-  tty_db_block_type *block = nullptr;
-  void *data = nullptr;
+  Handles w;
   host::fail_call(1, "pthread_rwlock_init");
-  tty_db_create(0, &db);
-  host::end_failing();
-  host::trace(false);
-  tty_db_create(kLock, &db);
-  host::name(db, "DB");
-  tty_db_block_reserve(db, 0, 9, 1, nullptr, 0, &block);
-  host::name(block, "BLOCK");
-  host::trace(true);
+  tty_db_create(0, &w.db);
+  untraced([&] {
+    tty_db_create(kLock, &w.db);
+    tty_db_block_reserve(w.db, 0, 9, 1, nullptr, 0, &w.block);
+  });
+  host::name(w.db, "DB");
+  host::name(w.block, "BLOCK");
   host::fail_call(2, "calloc");
-  tty_db_block_reserve(db, 0, 0, 2, "tag", 0, &block);
+  tty_db_block_reserve(w.db, 0, 0, 2, "tag", 0, &w.other_block);
   for (const char *call : {"pthread_mutex_init", "pthread_mutex_trylock"}) {
     host::fail_call(1, call);
-    tty_db_tty_register(db, 0, 9, sizeof(Entry), &tty);
+    tty_db_tty_register(w.db, 0, 9, sizeof(Entry), &w.tty);
   }
   host::fail_call(1, "pthread_rwlock_rdlock");
-  tty_db_tty_retrieve(db, 0, 9, &tty);
-  host::end_failing();
-  host::trace(false);
-  tty_db_tty_register(db, 0, 9, sizeof(Entry), &tty);
-  host::trace(true);
+  tty_db_tty_retrieve(w.db, 0, 9, &w.tty);
+  untraced([&] { tty_db_tty_register(w.db, 0, 9, sizeof(Entry), &w.tty); });
   host::fail_call(1, "calloc");
-  tty_db_item_create(tty, 1, 8, &data);
-  tty_db_tty_unlock(db, tty);
+  tty_db_item_create(w.tty, 1, 8, &w.item);
+  tty_db_tty_unlock(w.db, w.tty);
   host::fail_call(1, "pthread_mutex_destroy");
-  tty_db_tty_deregister(db, 0, 9);
-  host::end_failing();
-  host::trace(false);
-  tty_db_destroy(db);
+  tty_db_tty_deregister(w.db, 0, 9);
 
   // An automatic block does not outlive the registration that it has been made for.
-  tty_db_create(kAuto, &db);
-  host::name(db, "DB");
-  host::trace(true);
+  untraced([&] {
+    tty_db_destroy(w.db);
+    tty_db_create(kAuto, &w.db);
+  });
+  host::name(w.db, "DB");
   host::fail_call(3, "calloc");
-  tty_db_tty_register(db, 0, 10000, sizeof(Entry), &tty);
-  host::end_failing();
-  host::trace(false);
-  tty_db_destroy(db);
+  tty_db_tty_register(w.db, 0, 10000, sizeof(Entry), &w.tty);
+  untraced([&] { tty_db_destroy(w.db); });
 }
 
 // Internal routines called against their requirements, where the report of an assertion returns.
@@ -185,24 +155,26 @@ void misuse() {
 }
 
 TEST(Trace, Transcripts) {
-  const Scenario scenarios[] = {{"automatic_life", automatic_life},
-                                {"manual_life", manual_life},
-                                {"starved_and_failing", starved_and_failing},
-                                {"misuse", misuse}};
-  for (const Scenario &scenario : scenarios) {
-    SCOPED_TRACE(scenario.name);
+  const std::pair<std::string, std::function<void()>> scenarios[] = {
+      {"automatic_life", automatic_life},
+      {"manual_life", manual_life},
+      {"starved_and_failing", starved_and_failing},
+      {"misuse", misuse}};
+  for (const auto &[name, run] : scenarios) {
     host::clear();
     host::trace(true);
-    scenario.run();
+    run();
     host::trace(false);
-    std::ofstream(scenario.name + std::string(".actual")) << host::log_text();
+    std::ofstream(name + ".actual") << host::log_text();
     // Only the first difference: what follows is shifted.
     const std::vector<std::string> actual = host::log();
-    const std::vector<std::string> expected = transcript(scenario.name);
-    for (size_t line = 0; line < std::min(actual.size(), expected.size()); ++line) {
-      ASSERT_EQ(actual[line], expected[line]) << scenario.name << ".txt, line " << line + 1;
+    std::ifstream transcript(TRANSCRIPTS "/" + name + ".txt");
+    size_t line = 0;
+    for (std::string expected; std::getline(transcript, expected); ++line) {
+      ASSERT_EQ(line < actual.size() ? actual[line] : "", expected)
+          << name << ", line " << line + 1;
     }
-    EXPECT_EQ(actual.size(), expected.size());
+    EXPECT_EQ(actual.size(), line) << name;
   }
   EXPECT_EQ(host::live_allocations(), 0u);
 }
