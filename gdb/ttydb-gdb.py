@@ -122,10 +122,17 @@ def entries(block):
             yield int(block["details"]["first_tty"]) + index, entry
 
 
+def block_lists(database):
+    """The head of each category's list."""
+    categories = database["categories"]
+    for category in range(categories.type.range()[1] + 1):
+        yield category, categories[category]["first_block"]
+
+
 def line_of_entry(database, address):
     """The category and id under which an entry is registered."""
-    for category in range(database["block_lists"].type.range()[1] + 1):
-        for block in nodes(database["block_lists"][category], "next_block"):
+    for category, head in block_lists(database):
+        for block in nodes(head, "next_block"):
             for id, entry in entries(block):
                 if entry == address:
                     return "category %d, id %d" % (category, id)
@@ -151,8 +158,7 @@ class DatabasePrinter(Printer):
         yield "rwlock", rwlock_state(db["rwlock"])
         yield "num_blocks", int(db["num_blocks"])
         yield "num_ttys", int(db["num_ttys"])
-        for category in range(db["block_lists"].type.range()[1] + 1):
-            head = db["block_lists"][category]
+        for category, head in block_lists(db):
             if int(head) != 0:
                 blocks = map(self.block, nodes(head, "next_block"))
                 yield "category %d" % category, listing(blocks)
@@ -225,7 +231,7 @@ With a database, such as `db_h` or `*db_h`, say where in it the entry is registe
     def database(argument):
         try:
             database = gdb.parse_and_eval(argument)
-            database["block_lists"]
+            database["categories"]
         except gdb.error as error:
             raise gdb.GdbError("%s is no database: %s %s" % (argument, error, HINT))
         return database

@@ -2,30 +2,63 @@
 //
 // Each category of a database has one singly linked list of blocks.  Its blocks never overlap and
 // are in strictly ascending order of first_tty; a block is in exactly one list, the one of its
-// category.  A list is searched and changed through links: a link is the list's head or a block's
-// next_block.
+// category, or on its way into one, between two places, or out for its end, in none.  A list is
+// searched and changed through links: a link is the list's head or a block's next_block.
+//
+// Invariants of a block in a list: it has its slots, num_registered of them are not NULL, and the
+// ids of just these are in the category's `registered` bitmap.
 
 #ifndef TTY_DB_BLOCK_BLOCK_H
 #define TTY_DB_BLOCK_BLOCK_H
 
-#include <stddef.h>
-
 #include "db/db.h"
-#include "frame/assert.h"
-#include "frame/trace.h"
+#include "frame/operation.h"
 
 struct tty_db_block_type {
   tty_db_block_type *next_block;      // NULL too while the block is in no list
   tty_db_block_details_type details;  // what callers see
   tty_db_tty_type **ttys;             // at least `capacity` slots; NULL: not registered
   tty_db_block_type **link;           // the link that holds this block; NULL while none does
-  bool under_release;                 // its TTYs are being deregistered for its own release
 };
 
-// The slot index of an id in a block.  An id below the block's first wraps to an index past the
-// block.
-inline uint32_t TTY_DB_TTY_ID_TO_BLOCK_INDEX(const tty_db_block_type *block, uint32_t tty_id) {
-  return tty_id - block->details.first_tty;
+// The last id of a range that begins at an id.  In 64 bits, so that the sum cannot wrap.
+inline uint64_t tty_db_last_id(uint32_t first_tty, uint32_t num_ttys) {
+  return uint64_t{first_tty} + num_ttys - 1;
+}
+
+// Checks, for a public operation, that a block may have a range of ids.
+inline void tty_db_require_range(tty_db_operation &op, uint32_t first_tty, uint32_t num_ttys) {
+  TTY_DB_REQUIRE(num_ttys > 0 && tty_db_last_id(first_tty, num_ttys) <= TTY_PORT_MAX,
+                 "Invalid first TTY / number of TTYs");
+}
+
+// Asserts the same, for an internal routine: a block outside the ids could not be found in its list
+// again.
+inline void tty_db_need_range(tty_db_operation &op, uint32_t first_tty, uint32_t num_ttys) {
+  tty_db_need(op, TTY_DB_HOLDS_TEXT(tty_db_last_id(first_tty, num_ttys) <= TTY_PORT_MAX,
+                                    "first_tty + num_ttys - 1 <= TTY_PORT_MAX"));
+  TTY_DB_NEED(num_ttys > 0);
+}
+
+// Checks the arguments that name a block of a database.
+inline void tty_db_require_block(tty_db_operation &op, const tty_db_type *db_h,
+                                 const void *block_h) {
+  TTY_DB_REQUIRE(db_h != nullptr, "NULL DB handle");
+  TTY_DB_REQUIRE(block_h != nullptr, "NULL Block handle");
+}
+
+// Checks the options of a public operation that may give up registered lines.
+inline void tty_db_require_block_options(tty_db_operation &op, uint32_t options) {
+  TTY_DB_REQUIRE((options & ~TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG) == 0, "Invalid block options 0x%x",
+                 options);
+}
+
+// Checks that the database, where it has been checked itself, leaves its blocks to the caller.
+// Needs no lock: a database's options never change.
+inline void tty_db_require_manual_blocks(tty_db_operation &op, const tty_db_type *db_h) {
+  if (!op.ok() || (db_h->options & TTY_DB_OPT_AUTO_BLOCKS) == 0) return;
+  TTY_DB_SAY("DB has automatic block management");
+  op.rc = TTY_DB_ERR_WRONG_MODE;
 }
 
 // One past the block's last id.
@@ -33,44 +66,36 @@ inline uint32_t tty_db_block_end(const tty_db_block_type *block) {
   return block->details.first_tty + block->details.capacity;
 }
 
-// Returns the entry in the slot of an id of a block, or NULL.
-inline tty_db_tty_type *tty_db_block_slot(const tty_db_block_type *block, uint32_t tty_id) {
-  if (block->ttys == nullptr) return nullptr;
+// The slot index of an id in a block.  An id below the block's first wraps to an index past the
+// block.  It shouts because its name stands in the texts that assertions report.
+inline uint32_t TTY_DB_TTY_ID_TO_BLOCK_INDEX(const tty_db_block_type *block, uint32_t tty_id) {
+  return tty_id - block->details.first_tty;
+}
+
+// Asserts, for a routine that goes to the slot of an id, that the block has one.
+inline bool tty_db_assert_slot(tty_db_speaker op, const tty_db_block_type *block, uint32_t tty_id) {
+  return TTY_DB_HOLDS(block != NULL) &&
+         TTY_DB_HOLDS(TTY_DB_TTY_ID_TO_BLOCK_INDEX(block, tty_id) < block->details.capacity);
+}
+
+// Returns the entry that a block holds for an id, or NULL.  REQUIRES: the database lock; the id is
+// in the block.
+inline tty_db_tty_type *tty_db_entry_from_block(tty_db_speaker caller,
+                                                const tty_db_block_type *block, uint32_t tty_id) {
+  const tty_db_speaker op(caller.category);
+  TTY_DB_SAY("Retrieving entry %lu from block %X", tty_id, block);
+  if (!tty_db_assert_slot(op, block, tty_id) || block->ttys == nullptr) return nullptr;
   return block->ttys[TTY_DB_TTY_ID_TO_BLOCK_INDEX(block, tty_id)];
 }
 
-// Returns the entry that a block holds for an id, or NULL.  Traces into the caller's category.
-// REQUIRES: the database lock; the id is in the block.
-inline tty_db_tty_type *tty_db_entry_from_block(const tty_db_block_type *block, uint32_t tty_id,
-                                                tty_db_trace_category category) {
-  TTY_DB_TRACE_IF(category, TTY_DB_TRACE_LINE, __func__, "Retrieving entry %lu from block %X",
-                  tty_id, block);
-  if (!TTY_DB_ASSERT(block != NULL)) return nullptr;
-  if (!TTY_DB_ASSERT(TTY_DB_TTY_ID_TO_BLOCK_INDEX(block, tty_id) < block->details.capacity)) {
-    return nullptr;
-  }
-  return tty_db_block_slot(block, tty_id);
-}
-
-// Refuses a block operation on a database that manages its blocks by itself.  Needs no lock.
-inline uint32_t tty_db_block_check_mode(const tty_db_type *db_h,
-                                        const char *routine = __builtin_FUNCTION()) {
-  if ((db_h->options & TTY_DB_OPT_AUTO_BLOCKS) == 0) return 0;
-  TTY_DB_TRACE_IF(TTY_DB_TRACE_BLOCK, TTY_DB_TRACE_LINE, routine,
-                  "DB has automatic block management");
-  return TTY_DB_ERR_WRONG_MODE;
-}
-
-// Asserts, for the calling routine, that a block may have a range: a block outside the ids could
-// not be found in its list again.
-inline bool tty_db_block_assert_range(uint32_t first_tty, uint32_t num_ttys,
-                                      const char *routine = __builtin_FUNCTION(),
-                                      int line = __builtin_LINE()) {
-  // In 64 bits, so that the sum cannot wrap.
-  const bool ends_in_range =
-      tty_db_assert(uint64_t{first_tty} + num_ttys - 1 <= TTY_PORT_MAX, routine, line,
-                    "first_tty + num_ttys - 1 <= TTY_PORT_MAX");
-  return tty_db_assert(num_ttys > 0, routine, line, "num_ttys > 0") && ends_in_range;
+// Stores an entry, or NULL, in the slot of an id.  REQUIRES: the write lock; the id is in the
+// block.
+inline void tty_db_set_entry_in_block(tty_db_speaker caller, tty_db_block_type *block,
+                                      uint32_t tty_id, tty_db_tty_type *tty) {
+  const tty_db_speaker op(caller.category);
+  TTY_DB_SAY("Setting entry structure to %X for TTY %lu in block %X", tty, tty_id, block);
+  if (!tty_db_assert_slot(op, block, tty_id)) return;
+  block->ttys[TTY_DB_TTY_ID_TO_BLOCK_INDEX(block, tty_id)] = tty;
 }
 
 #endif  // TTY_DB_BLOCK_BLOCK_H

@@ -4,106 +4,109 @@
 
 #include <string.h>
 
-#include "block/directory.h"
+#include "block/index.h"
+#include "db/lock.h"
+
+namespace {
+
+constexpr tty_db_trace_category kTrace = TTY_DB_TRACE_BLOCK;
+
+}  // namespace
 
 uint32_t tty_db_block_find_insertion_point(tty_db_type *db_h, uint32_t category, uint32_t tty_id,
                                            tty_db_block_type ***insertion_point) {
-  TTY_DB_TRACE_IF(TTY_DB_TRACE_BLOCK, TTY_DB_TRACE_ENTRY, __func__,
-                  "Entering ..DB=%X: category=%lu, tty_id=%lu, insertion_point=%X", db_h, category,
-                  tty_id, insertion_point);
-  const bool has_db = TTY_DB_ASSERT(db_h != NULL);
-  const bool has_list =
-      TTY_DB_ASSERT(category >= TTY_CATEGORY_MIN && category <= TTY_CATEGORY_MAX) && has_db;
+  tty_db_operation op(kTrace);
+  TTY_DB_ENTER("DB=%X: category=%lu, tty_id=%lu, insertion_point=%X", db_h, category, tty_id,
+               insertion_point);
+  TTY_DB_NEED(db_h != NULL);
+  TTY_DB_NEED(category >= TTY_CATEGORY_MIN && category <= TTY_CATEGORY_MAX);
   TTY_DB_ASSERT(tty_id <= TTY_PORT_MAX);
-  const bool has_output = TTY_DB_ASSERT(insertion_point != NULL);
-
-  uint32_t rc = TTY_DB_ERR_INVALID_ARG;
-  if (has_output) *insertion_point = nullptr;
-  if (has_output && has_list) {
-    tty_db_block_type **link = tty_db_directory_start(db_h, category, tty_id);
-    while (*link != nullptr && tty_id >= tty_db_block_end(*link)) link = &(*link)->next_block;
-    *insertion_point = link;
-    rc = 0;
+  TTY_DB_NEED(insertion_point != NULL);
+  if (insertion_point != nullptr) {
+    *insertion_point = op.ok() ? tty_db_index_find_link(db_h, category, tty_id) : nullptr;
   }
-  tty_db_trace_exit(TTY_DB_TRACE_BLOCK, rc);
-  return rc;
+  return op.exit();
 }
 
 uint32_t tty_db_block_check_for_overlap(tty_db_type *db_h, uint32_t category, uint32_t first_tty,
                                         uint32_t num_ttys, const tty_db_block_type *resize_block) {
-  TTY_DB_TRACE_IF(TTY_DB_TRACE_BLOCK, TTY_DB_TRACE_ENTRY, __func__,
-                  "Entering ..DB=%X: category=%lu, first=%lu, num=%lu, block=%X", db_h, category,
-                  first_tty, num_ttys, resize_block);
-  const bool has_db = TTY_DB_ASSERT(db_h != NULL);
-  const bool has_list =
-      TTY_DB_ASSERT(category >= TTY_CATEGORY_MIN && category <= TTY_CATEGORY_MAX) && has_db;
-
-  uint32_t rc = has_list ? 0 : TTY_DB_ERR_INVALID_ARG;
-  if (has_list) {
-    const tty_db_block_type *block = *tty_db_directory_start(db_h, category, first_tty);
-    for (; block != nullptr && block->details.first_tty < first_tty + num_ttys;
-         block = block->next_block) {
-      if (first_tty >= tty_db_block_end(block) || block == resize_block) continue;
-      TTY_DB_TRACE_IF(TTY_DB_TRACE_BLOCK, TTY_DB_TRACE_LINE, __func__,
-                      "Overlap block %X found (first=%lu, size=%lu)", block,
-                      block->details.first_tty, block->details.capacity);
-      rc = TTY_DB_ERR_OVERLAP;
-      break;
+  tty_db_operation op(kTrace);
+  TTY_DB_ENTER("DB=%X: category=%lu, first=%lu, num=%lu, block=%X", db_h, category, first_tty,
+               num_ttys, resize_block);
+  TTY_DB_NEED(db_h != NULL);
+  TTY_DB_NEED(category >= TTY_CATEGORY_MIN && category <= TTY_CATEGORY_MAX);
+  if (op.ok()) {
+    // No block ahead of this one reaches the range, and none that begins behind it overlaps it.
+    const tty_db_block_type *block = *tty_db_index_find_link(db_h, category, first_tty);
+    if (block == resize_block && block != nullptr) block = block->next_block;
+    if (block != nullptr && block->details.first_tty < first_tty + num_ttys) {
+      TTY_DB_SAY("Overlap block %X found (first=%lu, size=%lu)", block, block->details.first_tty,
+                 block->details.capacity);
+      op.rc = TTY_DB_ERR_OVERLAP;
     }
   }
-  tty_db_trace_exit(TTY_DB_TRACE_BLOCK, rc);
-  return rc;
+  return op.exit();
 }
 
 uint32_t tty_db_block_find_lowest_block(tty_db_type *db_h, uint32_t category, uint32_t tty_id,
                                         tty_db_block_type **block) {
-  TTY_DB_TRACE_IF(TTY_DB_TRACE_BLOCK, TTY_DB_TRACE_ENTRY, __func__,
-                  "Entering ..DB=%X: category=%lu, tty_id=%lu, block=%X", db_h, category, tty_id,
-                  block);
-  uint32_t rc = TTY_DB_ERR_INVALID_ARG;
-  if (TTY_DB_ASSERT(block != NULL)) {
-    tty_db_block_type **insertion_point;
-    rc = tty_db_block_find_insertion_point(db_h, category, tty_id, &insertion_point);
-    *block = rc == 0 ? *insertion_point : nullptr;
+  tty_db_operation op(kTrace);
+  TTY_DB_ENTER("DB=%X: category=%lu, tty_id=%lu, block=%X", db_h, category, tty_id, block);
+  tty_db_trust_locked(db_h);
+  TTY_DB_NEED(block != NULL);
+  if (op.ok()) {
+    tty_db_block_type **insertion_point = nullptr;
+    op.rc = tty_db_block_find_insertion_point(db_h, category, tty_id, &insertion_point);
+    *block = op.ok() ? *insertion_point : nullptr;
     if (*block != nullptr) {
       TTY_DB_ASSERT((*block)->details.category == category);
       TTY_DB_ASSERT(tty_id < (*block)->details.first_tty + (*block)->details.capacity);
-    } else if (rc == 0) {
-      TTY_DB_TRACE_IF(TTY_DB_TRACE_BLOCK, TTY_DB_TRACE_LINE, __func__, "Can't find block");
-      rc = TTY_DB_ERR_NO_BLOCK;
+    } else if (op.ok()) {
+      TTY_DB_SAY("Can't find block");
+      op.rc = TTY_DB_ERR_NO_BLOCK;
     }
   }
-  tty_db_trace_exit(TTY_DB_TRACE_BLOCK, rc);
-  return rc;
+  return op.exit();
 }
+
+namespace {
+
+// The search for the block that holds an id, step by step, as it is traced and asserted.
+[[gnu::cold]] uint32_t walk_to_block(tty_db_operation op, tty_db_type *db_h, uint32_t category,
+                                     uint32_t tty_id, tty_db_block_type **block)
+    TTY_DB_REQUIRES_READ(db_h) {
+  TTY_DB_ENTER("DB=%X: category=%lu, tty_id=%lu, block=%X", db_h, category, tty_id, block);
+  TTY_DB_NEED(block != NULL);
+  if (op.ok()) op.rc = tty_db_block_find_lowest_block(db_h, category, tty_id, block);
+  if (op.ok()) {
+    TTY_DB_ASSERT(*block != NULL);
+    TTY_DB_ASSERT((*block)->details.category == category);
+    if (tty_id < (*block)->details.first_tty) {
+      TTY_DB_SAY("Block is greater than TTY we're looking for");
+      *block = nullptr;
+      op.rc = TTY_DB_ERR_NO_BLOCK;
+    }
+  }
+  return op.exit();
+}
+
+// The same search by the index, for arguments that pass the assertions.
+uint32_t look_up_block(const tty_db_type *db_h, uint32_t category, uint32_t tty_id,
+                       tty_db_block_type **block) TTY_DB_REQUIRES_READ(db_h) {
+  *block = tty_db_index_find_block(db_h, category, tty_id);
+  return *block != nullptr ? 0 : TTY_DB_ERR_NO_BLOCK;
+}
+
+}  // namespace
 
 uint32_t tty_db_block_find_block_from_tty_id(tty_db_type *db_h, uint32_t category, uint32_t tty_id,
                                              tty_db_block_type **block) {
-  const bool valid = db_h != nullptr && category <= TTY_CATEGORY_MAX && tty_id <= TTY_PORT_MAX;
-  if (!tty_db_tracing() && valid && block != nullptr) {
-    // The steps below would trace nothing, and assert what the directory promises.
-    *block = tty_db_directory_find(db_h, category, tty_id);
-    return *block != nullptr ? 0 : TTY_DB_ERR_NO_BLOCK;
-  }
-  TTY_DB_TRACE_IF(TTY_DB_TRACE_BLOCK, TTY_DB_TRACE_ENTRY, __func__,
-                  "Entering ..DB=%X: category=%lu, tty_id=%lu, block=%X", db_h, category, tty_id,
-                  block);
-  uint32_t rc = TTY_DB_ERR_INVALID_ARG;
-  if (TTY_DB_ASSERT(block != NULL)) {
-    rc = tty_db_block_find_lowest_block(db_h, category, tty_id, block);
-    if (rc == 0) {
-      TTY_DB_ASSERT(*block != NULL);
-      TTY_DB_ASSERT((*block)->details.category == category);
-      if (tty_id < (*block)->details.first_tty) {
-        TTY_DB_TRACE_IF(TTY_DB_TRACE_BLOCK, TTY_DB_TRACE_LINE, __func__,
-                        "Block is greater than TTY we're looking for");
-        *block = nullptr;
-        rc = TTY_DB_ERR_NO_BLOCK;
-      }
-    }
-  }
-  tty_db_trace_exit(TTY_DB_TRACE_BLOCK, rc);
-  return rc;
+  const tty_db_operation op(kTrace);
+  tty_db_trust_locked(db_h);
+  const bool sound =
+      db_h != nullptr && category <= TTY_CATEGORY_MAX && tty_id <= TTY_PORT_MAX && block != nullptr;
+  return tty_db_tracing() || !sound ? walk_to_block(op, db_h, category, tty_id, block)
+                                    : look_up_block(db_h, category, tty_id, block);
 }
 
 namespace {
@@ -113,19 +116,17 @@ bool same_tag(const char *one, const char *other) {
   return strcmp(one, other) == 0;
 }
 
-// The search itself.  Returns the first block with the tag, or NULL.
-tty_db_block_type *first_block_with_tag(tty_db_type *db_h, const char *tag_name,
-                                        const char *routine) {
+// Returns the first block with the tag, or NULL.
+tty_db_block_type *first_block_with_tag(tty_db_speaker op, const tty_db_type *db_h,
+                                        const char *tag_name) TTY_DB_REQUIRES_READ(db_h) {
   for (uint32_t category = TTY_CATEGORY_MIN; category <= TTY_CATEGORY_MAX; ++category) {
-    TTY_DB_TRACE_IF(TTY_DB_TRACE_BLOCK, TTY_DB_TRACE_LINE, routine, "Considering category %lu",
-                    category);
-    tty_db_block_type *block = db_h->block_lists[category];
+    TTY_DB_SAY("Considering category %lu", category);
+    tty_db_block_type *block = db_h->categories[category].first_block;
     for (; block != nullptr; block = block->next_block) {
-      TTY_DB_TRACE_IF(TTY_DB_TRACE_BLOCK, TTY_DB_TRACE_LINE, routine,
-                      "Looking at block %X with tag: %s", block,
-                      tty_db_trace_string(block->details.tag_name));
-      if (!same_tag(block->details.tag_name, tag_name)) continue;
-      TTY_DB_TRACE_IF(TTY_DB_TRACE_BLOCK, TTY_DB_TRACE_LINE, routine, "Match found");
+      const char *tag = block->details.tag_name;
+      TTY_DB_SAY("Looking at block %X with tag: %s", block, tty_db_trace_string(tag));
+      if (!same_tag(tag, tag_name)) continue;
+      TTY_DB_SAY("Match found");
       return block;
     }
   }
@@ -136,16 +137,14 @@ tty_db_block_type *first_block_with_tag(tty_db_type *db_h, const char *tag_name,
 
 uint32_t tty_db_block_find_block_from_tag(tty_db_type *db_h, const char *tag_name,
                                           tty_db_block_type **block) {
-  TTY_DB_TRACE_IF(TTY_DB_TRACE_BLOCK, TTY_DB_TRACE_ENTRY, __func__,
-                  "Entering ..DB=%X: tag=%s, block=%X", db_h, tty_db_trace_string(tag_name), block);
-  const bool has_db = TTY_DB_ASSERT(db_h != NULL);
-  const bool has_output = TTY_DB_ASSERT(block != NULL);
-  uint32_t rc = TTY_DB_ERR_INVALID_ARG;
-  if (has_output) *block = nullptr;
-  if (has_output && has_db) {
-    *block = first_block_with_tag(db_h, tag_name, __func__);
-    rc = *block != nullptr ? 0 : TTY_DB_ERR_NO_BLOCK;
+  tty_db_operation op(kTrace);
+  TTY_DB_ENTER("DB=%X: tag=%s, block=%X", db_h, tty_db_trace_string(tag_name), block);
+  tty_db_trust_locked(db_h);
+  TTY_DB_NEED(db_h != NULL);
+  TTY_DB_NEED(block != NULL);
+  if (block != nullptr) {
+    *block = op.ok() ? first_block_with_tag(op, db_h, tag_name) : nullptr;
+    if (op.ok() && *block == nullptr) op.rc = TTY_DB_ERR_NO_BLOCK;
   }
-  tty_db_trace_exit(TTY_DB_TRACE_BLOCK, rc);
-  return rc;
+  return op.exit();
 }

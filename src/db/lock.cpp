@@ -27,9 +27,10 @@ bool tty_db_is_writelocked(tty_db_type *db) {
   return error == EDEADLK;
 }
 
-uint32_t tty_db_writelock(tty_db_type *db, tty_db_trace_category category) {
-  if (!TTY_DB_ASSERT(db != NULL)) return TTY_DB_ERR_INVALID_ARG;
-  TTY_DB_TRACE_IF(category, TTY_DB_TRACE_LINE, __func__, "Obtaining writelock for DB %X", db);
+uint32_t tty_db_writelock(tty_db_speaker caller, tty_db_type *db) {
+  const tty_db_speaker op(caller.category);
+  if (!TTY_DB_HOLDS(db != NULL)) return TTY_DB_ERR_INVALID_ARG;
+  TTY_DB_SAY("Obtaining writelock for DB %X", db);
   for (int remaining = TTY_DB_WRITELOCK_ATTEMPTS; remaining > 0; --remaining) {
     const int error = tty_db_rwlock_trywrlock(&db->rwlock);
     if (error == 0) return 0;

@@ -1,6 +1,6 @@
 // The database lock.
 //
-// Public operations take it, for reading without a bound on the wait, for writing by a bounded
+// Public operations hold it, for reading without a bound on the wait, for writing after a bounded
 // number of tries that never wait inside a lock call.  Internal routines never take it: they assert
 // that the calling thread holds it for writing.  An entry's lock is only ever taken inside it.
 
@@ -8,12 +8,10 @@
 #define TTY_DB_DB_LOCK_H
 
 #include <errno.h>
-#include <stddef.h>
 
 #include "db/db.h"
-#include "frame/assert.h"
 #include "frame/messages.h"
-#include "frame/trace.h"
+#include "frame/operation.h"
 
 constexpr int TTY_DB_WRITELOCK_ATTEMPTS = 10;
 constexpr unsigned TTY_DB_WRITELOCK_RETRY_USEC = 20000;
@@ -23,38 +21,96 @@ constexpr unsigned TTY_DB_WRITELOCK_RETRY_USEC = 20000;
 // another error number.
 int tty_db_rwlock_trywrlock(pthread_rwlock_t *rwlock);
 
-// Says whether the calling thread holds the write lock.  Leaves the lock as it was.
-bool tty_db_is_writelocked(tty_db_type *db);
-
-// Asserts that the calling thread holds the write lock of the database that the argument names.
-#define TTY_DB_ASSERT_WRITELOCKED(db)           \
-  TTY_DB_ASSERT_TEXT(tty_db_is_writelocked(db), \
-                     "pthread_rwlock_trywrlock(&" #db "->rwlock) == EDEADLK")
-
 // Tries for the write lock until it has been busy TTY_DB_WRITELOCK_ATTEMPTS times.
 // Returns 0 or TTY_DB_ERR_LOCK_FAILED; for a NULL handle TTY_DB_ERR_INVALID_ARG.
-uint32_t tty_db_writelock(tty_db_type *db, tty_db_trace_category category);
+uint32_t tty_db_writelock(tty_db_speaker caller, tty_db_type *db);
 
-// Takes the read lock.  Returns 0 or TTY_DB_ERR_LOCK_FAILED.
-inline uint32_t tty_db_readlock(tty_db_type *db, tty_db_trace_category category) {
-  if (!TTY_DB_ASSERT(db != NULL)) return TTY_DB_ERR_INVALID_ARG;
-  TTY_DB_TRACE_IF(category, TTY_DB_TRACE_LINE, __func__, "Obtaining readlock for DB %X", db);
+// Takes the read lock.  Returns 0 or TTY_DB_ERR_LOCK_FAILED; for a NULL handle
+// TTY_DB_ERR_INVALID_ARG.
+inline uint32_t tty_db_readlock(tty_db_speaker caller, tty_db_type *db) {
+  const tty_db_speaker op(caller.category);
+  if (!TTY_DB_HOLDS(db != NULL)) return TTY_DB_ERR_INVALID_ARG;
+  TTY_DB_SAY("Obtaining readlock for DB %X", db);
   const int error = pthread_rwlock_rdlock(&db->rwlock);
   if (__builtin_expect(error != 0, 0)) {
-    tty_db_report_kernel_error(category, "Obtain DB read lock", error);
+    tty_db_report_kernel_error(op, "Obtain DB read lock", error);
     return TTY_DB_ERR_LOCK_FAILED;
   }
   return 0;
 }
 
 // Releases the lock, whichever way it was taken, or ends the process.
-inline void tty_db_unlock(tty_db_type *db, tty_db_trace_category category) {
-  if (!TTY_DB_ASSERT(db != NULL)) return;
-  TTY_DB_TRACE_IF(category, TTY_DB_TRACE_LINE, __func__, "Unlocking Database");
+inline void tty_db_unlock(tty_db_speaker caller, tty_db_type *db) {
+  const tty_db_speaker op(caller.category);
+  if (!TTY_DB_HOLDS(db != NULL)) return;
+  TTY_DB_SAY("Unlocking Database");
   const int error = pthread_rwlock_unlock(&db->rwlock);
-  if (__builtin_expect(error != 0, 0)) {
-    tty_db_fatal_error(category, "Release DB read/write lock", error);
-  }
+  if (__builtin_expect(error != 0, 0)) tty_db_fatal_error(op, "Release DB read/write lock", error);
 }
+
+// An operation's hold of the lock, up to the end of the scope:
+//
+//   if (const tty_db_read_lock lock{op, db_h}) { ... }
+//
+// The lock is taken only if nothing has failed so far, and a failure to take it becomes the result.
+class TTY_DB_SCOPED_LOCK tty_db_read_lock {
+ public:
+  tty_db_read_lock(tty_db_operation &op, tty_db_type *db) TTY_DB_ACQUIRES_READ(db)
+      : op_(op), db_(db) {
+    if (op.ok()) op.rc = tty_db_readlock(op, db);
+    held_ = op.ok();
+  }
+  ~tty_db_read_lock() TTY_DB_RELEASES {
+    if (held_) tty_db_unlock(op_, db_);
+  }
+  tty_db_read_lock(const tty_db_read_lock &) = delete;
+  tty_db_read_lock &operator=(const tty_db_read_lock &) = delete;
+  explicit operator bool() const { return held_; }
+
+ private:
+  const tty_db_speaker op_;
+  tty_db_type *const db_;
+  bool held_;
+};
+
+class TTY_DB_SCOPED_LOCK tty_db_write_lock {
+ public:
+  tty_db_write_lock(tty_db_operation &op, tty_db_type *db) TTY_DB_ACQUIRES_WRITE(db)
+      : op_(op), db_(db) {
+    if (op.ok()) op.rc = tty_db_writelock(op, db);
+    held_ = op.ok();
+  }
+  ~tty_db_write_lock() TTY_DB_RELEASES {
+    if (held_) tty_db_unlock(op_, db_);
+  }
+  tty_db_write_lock(const tty_db_write_lock &) = delete;
+  tty_db_write_lock &operator=(const tty_db_write_lock &) = delete;
+  explicit operator bool() const { return held_; }
+
+ private:
+  const tty_db_speaker op_;
+  tty_db_type *const db_;
+  bool held_;
+};
+
+// Says whether the calling thread holds the write lock.  Leaves the lock as it was.
+bool tty_db_is_writelocked(tty_db_type *db) TTY_DB_ASSERTS_WRITE(db);
+
+// Asserts that the argument names a database whose write lock the calling thread holds.  Yields
+// whether it names a database.
+#define TTY_DB_ASSERT_WRITELOCKED(db)                           \
+  tty_db_assert_writelocked(op, (db), __LINE__, #db " != NULL", \
+                            "pthread_rwlock_trywrlock(&" #db "->rwlock) == EDEADLK")
+
+inline bool tty_db_assert_writelocked(tty_db_speaker op, tty_db_type *db, int line,
+                                      const char *exists, const char *locked)
+    TTY_DB_ASSERTS_WRITE(db) {
+  if (!tty_db_holds(op, db != nullptr, line, exists)) return false;
+  tty_db_holds(op, tty_db_is_writelocked(db), line, locked);
+  return true;
+}
+
+// Tells the compiler of the lock that the caller of an exported look-up promises to hold.
+inline void tty_db_trust_locked([[maybe_unused]] const tty_db_type *db) TTY_DB_ASSERTS_READ(db) {}
 
 #endif  // TTY_DB_DB_LOCK_H

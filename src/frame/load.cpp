@@ -1,14 +1,12 @@
-// The load and unload hooks, the library-wide trace state that they write, and the exit lines that
-// depend on it.
+// The load and unload hooks, and the library-wide trace state that they write.
 //
 // NO_DLLMAIN in the environment (any value) suppresses both hooks: the process then runs without
 // tracing and without texts for the result codes.
 
 #include <stdlib.h>
 
-#include "frame/assert.h"
 #include "frame/messages.h"
-#include "frame/trace.h"
+#include "frame/operation.h"
 
 tty_trace_context *tty_db_trace_ctx = nullptr;
 uintptr_t tty_db_trace_enabled = 0;
@@ -29,6 +27,7 @@ const char *const tty_db_trace_categories[] = {"global", "block",     "tty",
 enum : int32_t { kLoad = 0, kUnload = 1, kThreadStart = 2, kThreadEnd = 3 };
 
 int32_t vu_dllmain(void * /*handle*/, int32_t reason, void * /*reserved*/) {
+  const tty_db_speaker op(TTY_DB_TRACE_GLOBAL);
   switch (reason) {
     case kLoad:
       tty_debug_initialize(tty_db_trace_name, tty_db_trace_reg[1], tty_db_trace_categories,
@@ -63,15 +62,3 @@ __attribute__((destructor)) void unload_hook() {
 }
 
 }  // namespace
-
-void tty_db_trace_result(tty_db_trace_category category, const char *routine, int line,
-                         uint32_t rc) {
-  if (rc == 0) {
-    tty_db_trace_line(category, TTY_DB_TRACE_EXIT, routine, line, "EXITED   '%s' :SUCCESS",
-                      routine);
-    return;
-  }
-  const char *text = qerr_strerror(rc);
-  tty_db_trace_line(category, TTY_DB_TRACE_EXIT, routine, line, "EXITED   '%s' [0x%x]:%s", routine,
-                    rc, text != nullptr ? text : "UNREGISTERED");
-}

@@ -50,26 +50,20 @@ tty_db_msg_rec_type kel_msg_rec_tty_db_kernel_error =
     message_record(0, kError, "KERNEL_ERROR", &kel_msg_limit_tty_db_kernel_error,
                    "Kernel operation failed unexpectedly: %s (%d)");
 
-void tty_db_report_kernel_error(tty_db_trace_category category, const char *operation, int error,
-                                const char *routine, int line) {
-  if (tty_db_trace_on(category)) {
-    tty_db_trace_line(category, TTY_DB_TRACE_LINE, routine, line,
-                      "Kernel operation failed unexpectedly: %s, '%s' (%d)", operation,
-                      strerror(error), error);
-  }
+void tty_db_report_kernel_error(tty_db_speaker op, const char *operation, int error, int line) {
+  TTY_DB_TRACE_IF_AT(op.category, TTY_DB_TRACE_LINE, op.routine, line,
+                     "Kernel operation failed unexpectedly: %s, '%s' (%d)", operation,
+                     strerror(error), error);
   kel_errmsg(&kel_msg_rec_tty_db_kernel_error, kError, operation, error);
 }
 
-void tty_db_fatal_error(tty_db_trace_category category, const char *operation, int error,
-                        const char *routine, int line) {
-  tty_db_report_kernel_error(category, operation, error, routine, line);
+void tty_db_fatal_error(tty_db_speaker op, const char *operation, int error, int line) {
+  tty_db_report_kernel_error(op, operation, error, line);
   kel_errmsg(&kel_msg_rec_tty_db_panic, kCritical);
   abort();
 }
 
-void tty_db_trace_failed_call(tty_db_trace_category category, const char *call, int error,
-                              const char *routine, int line) {
-  if (!tty_db_trace_on(category)) return;
-  tty_db_trace_line(category, TTY_DB_TRACE_LINE, routine, line, "%s() returned: %d, '%s'", call,
-                    error, strerror(error));
+void tty_db_trace_failed_call(tty_db_speaker op, const char *call, int error, int line) {
+  TTY_DB_TRACE_IF_AT(op.category, TTY_DB_TRACE_LINE, op.routine, line, "%s() returned: %d, '%s'",
+                     call, error, strerror(error));
 }

@@ -1,4 +1,4 @@
-// The trace point, and the lines that every operation traces alike.
+// The trace point: its gate, and the lines behind it.
 //
 // The state behind the gate is written by the load and unload hooks only (see load.cpp), so that it
 // is read without a lock.  While the gate is closed, a trace point costs one load and one branch:
@@ -7,6 +7,7 @@
 #ifndef TTY_DB_FRAME_TRACE_H
 #define TTY_DB_FRAME_TRACE_H
 
+#include <stddef.h>
 #include <stdint.h>
 
 #include <type_traits>
@@ -34,7 +35,7 @@ extern uintptr_t tty_db_trace_enabled;
 extern uintptr_t tty_db_trace_reg[2];
 
 // Says whether any line at all may be wanted: if not, a walk need not stop where it would trace
-// one. TTY_DB_NO_TRACE_POINTS leaves the trace points out, to measure what they cost.
+// one.  TTY_DB_NO_TRACE_POINTS leaves the trace points out, to measure what they cost.
 inline bool tty_db_tracing() {
 #ifdef TTY_DB_NO_TRACE_POINTS
   return false;
@@ -61,6 +62,39 @@ auto tty_db_trace_word(T value) {
   }
 }
 
+// The directives that print an argument of a type: x stands for d, lu and x too.
+template <typename T>
+constexpr const char *tty_db_trace_directives() {
+  if (std::is_integral_v<T>) return "xX";
+  if (std::is_same_v<T, const char *> || std::is_same_v<T, char *>) return "s";
+  return std::is_pointer_v<T> ? "X" : "";
+}
+
+// The types of a trace line's arguments; for unevaluated operands.
+template <typename... Args>
+struct tty_db_trace_types {};
+template <typename... Args>
+tty_db_trace_types<std::decay_t<Args>...> tty_db_trace_types_of(const char *format,
+                                                                const Args &...args);
+
+// Says whether a format has one directive for each argument, of the argument's kind.
+template <typename... Args>
+constexpr bool tty_db_trace_fits(const char *format, tty_db_trace_types<Args...> /*types*/) {
+  const char *const directives[] = {tty_db_trace_directives<Args>()..., ""};
+  size_t count = 0;
+  for (; *format != '\0'; ++format) {
+    if (*format != '%') continue;
+    if (count == sizeof...(Args)) return false;
+    ++format;
+    if (format[0] == 'l' && format[1] == 'u') ++format;
+    const char kind = *format == 'd' || *format == 'u' ? 'x' : *format;
+    const char *known = directives[count++];
+    while (*known != '\0' && *known != kind) ++known;
+    if (*known == '\0') return false;
+  }
+  return count == sizeof...(Args);
+}
+
 // Emits a line.  REQUIRES: the gate of the category is open.
 template <typename... Args>
 [[gnu::cold, gnu::noinline]] void tty_db_trace_line(tty_db_trace_category category,
@@ -70,25 +104,26 @@ template <typename... Args>
             format, tty_db_trace_word(args)...);
 }
 
-// The trace point.  A macro, so that the arguments are evaluated only behind an open gate:
-// TTY_DB_TRACE_IF(category, kind, routine, format, arguments...).
-#define TTY_DB_TRACE_IF(category, kind, routine, ...)                    \
-  do {                                                                   \
-    if (tty_db_trace_on(category)) {                                     \
-      tty_db_trace_line(category, kind, routine, __LINE__, __VA_ARGS__); \
-    }                                                                    \
+// The trace point: TTY_DB_TRACE_IF(category, kind, routine, format, arguments...).  A macro, so
+// that the arguments are evaluated only behind an open gate, and the format is checked against them
+// while it is compiled.
+#define TTY_DB_TRACE_IF(category, kind, routine, ...) \
+  TTY_DB_TRACE_IF_AT(category, kind, routine, __LINE__, __VA_ARGS__)
+
+// The same, for a line of the source that the caller names.
+#define TTY_DB_TRACE_IF_AT(category, kind, routine, line, ...)       \
+  do {                                                               \
+    TTY_DB_CHECK_FORMAT(__VA_ARGS__);                                \
+    if (tty_db_trace_on(category)) {                                 \
+      tty_db_trace_line(category, kind, routine, line, __VA_ARGS__); \
+    }                                                                \
   } while (false)
 
-// Writes the exit line of a routine that returns `rc`.  REQUIRES: the gate of the category is open.
-[[gnu::cold]] void tty_db_trace_result(tty_db_trace_category category, const char *routine,
-                                       int line, uint32_t rc);
-
-// Traces the exit line of the calling routine, which returns `rc`.
-inline void tty_db_trace_exit(tty_db_trace_category category, uint32_t rc,
-                              const char *routine = __builtin_FUNCTION(),
-                              int line = __builtin_LINE()) {
-  if (tty_db_trace_on(category)) tty_db_trace_result(category, routine, line, rc);
-}
+#define TTY_DB_CHECK_FORMAT(...)                                                   \
+  static_assert(tty_db_trace_fits(TTY_DB_FORMAT_OF(__VA_ARGS__, ),                 \
+                                  decltype(tty_db_trace_types_of(__VA_ARGS__)){}), \
+                "the directives of the format do not fit its arguments")
+#define TTY_DB_FORMAT_OF(format, ...) format
 
 // What a format prints of a string that may be NULL.
 inline const char *tty_db_trace_string(const char *text) {

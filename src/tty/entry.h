@@ -1,4 +1,4 @@
-// The entry of a line: its lock, and its place in a block.
+// The entry of a line, and its lock.
 //
 // An entry is allocated and its lock created by registration; the lock is then held and given back
 // in turns, by the threads that register and retrieve it; deregistration waits for the holder,
@@ -10,7 +10,6 @@
 
 #include "block/block.h"
 #include "db/lock.h"
-#include "frame/checks.h"
 
 // The owner of an entry that nobody holds.
 constexpr pthread_t TTY_DB_NO_OWNER = 0xFFFFFFFFu;
@@ -20,25 +19,20 @@ inline void tty_db_set_lock_owner(tty_db_tty_type *tty, pthread_t owner) {
   __atomic_store_n(&tty->lock_owner, owner, __ATOMIC_RELAXED);
 }
 
-// Checks the arguments that name a line, for the calling operation.  Returns 0 or
-// TTY_DB_ERR_INVALID_ARG.
-inline uint32_t tty_db_check_tty(const tty_db_type *db_h, uint32_t category, uint32_t tty_id,
-                                 tty_db_check_site site = TTY_DB_TRACE_TTY) {
-  uint32_t rc = 0;
-  if (db_h == nullptr) rc = tty_db_reject(site, "NULL DB handle");
-  if (category > TTY_CATEGORY_MAX) rc = tty_db_reject(site, "Invalid category %d", category);
-  if (tty_id > TTY_PORT_MAX) rc = tty_db_reject(site, "Invalid TTY Id %d", tty_id);
-  return rc;
+// Checks the arguments that name a line.
+inline void tty_db_require_line(tty_db_operation &op, const tty_db_type *db_h, uint32_t category,
+                                uint32_t tty_id) {
+  TTY_DB_REQUIRE(db_h != nullptr, "NULL DB handle");
+  TTY_DB_REQUIRE(category <= TTY_CATEGORY_MAX, "Invalid category %d", category);
+  TTY_DB_REQUIRE(tty_id <= TTY_PORT_MAX, "Invalid TTY Id %d", tty_id);
 }
 
-// Creates the lock of a new entry; failures are reported as `routine`'s.
-// Returns 0 or TTY_DB_ERR_LOCK_INIT.
-uint32_t tty_db_create_entry_lock(tty_db_tty_type *tty, const char *routine = __builtin_FUNCTION());
+// Creates the lock of a new entry.  Returns 0 or TTY_DB_ERR_LOCK_INIT.
+uint32_t tty_db_create_entry_lock(tty_db_speaker op, tty_db_tty_type *tty);
 
 // Takes an entry's lock, waiting for its holder; the wait is announced to the thread-block
-// diagnostics as `routine`'s.  Returns 0 or an error number: EDEADLK where the calling thread is
-// the holder.
-int tty_db_take_entry_lock(tty_db_tty_type *tty, const char *routine);
+// diagnostics.  Returns 0 or an error number: EDEADLK where the calling thread is the holder.
+int tty_db_take_entry_lock(tty_db_speaker op, tty_db_tty_type *tty);
 
 // Waits until no other thread holds an entry.  REQUIRES: the write lock, so that no thread obtains
 // the entry any more.
@@ -48,18 +42,15 @@ void tty_db_wait_for_holder(tty_db_tty_type *tty);
 // destroys it first.  REQUIRES: the write lock; the entry is in no slot and has no items.
 void tty_db_cleanup_entry(tty_db_tty_type *tty, bool lock_initialized);
 
-// Stores an entry, or NULL, in the slot of an id.  REQUIRES: the write lock; the id is in the
-// block.
-void tty_db_set_entry_in_block(tty_db_block_type *block, uint32_t tty_id, tty_db_tty_type *tty);
-
 // Obtains an entry for the calling thread.  REQUIRES: the database lock.
 // Returns 0 or TTY_DB_ERR_LOCK_FAILED.
 inline uint32_t tty_db_lock_tty(const tty_db_type *db, tty_db_tty_type *tty) {
-  if (!TTY_DB_ASSERT(db != NULL)) return TTY_DB_ERR_INVALID_ARG;
+  const tty_db_speaker op(TTY_DB_TRACE_TTY);
+  if (!TTY_DB_HOLDS(db != NULL)) return TTY_DB_ERR_INVALID_ARG;
   if ((db->options & TTY_DB_OPT_LOCK_ENTRIES) != 0) {
-    const int error = tty_db_take_entry_lock(tty, __func__);
+    const int error = tty_db_take_entry_lock(op, tty);
     if (__builtin_expect(error != 0, 0)) {
-      tty_db_report_kernel_error(TTY_DB_TRACE_TTY, "Obtain TTY lock", error);
+      tty_db_report_kernel_error(op, "Obtain TTY lock", error);
       return TTY_DB_ERR_LOCK_FAILED;
     }
   }
@@ -69,13 +60,13 @@ inline uint32_t tty_db_lock_tty(const tty_db_type *db, tty_db_tty_type *tty) {
 
 // Gives an entry back, or ends the process.  Needs no database lock.
 inline void tty_db_unlock_tty(const tty_db_type *db_h, tty_db_tty_type *tty) {
+  const tty_db_speaker op(TTY_DB_TRACE_TTY);
   if ((db_h->options & TTY_DB_OPT_LOCK_ENTRIES) == 0) return;
-  TTY_DB_TRACE_IF(TTY_DB_TRACE_TTY, TTY_DB_TRACE_LINE, __func__, "Unlocking entry");
+  TTY_DB_SAY("Unlocking entry");
   TTY_DB_ASSERT(pthread_mutex_trylock(&tty->lock) == EBUSY);
   tty_db_set_lock_owner(tty, TTY_DB_NO_OWNER);
   const int error = pthread_mutex_unlock(&tty->lock);
-  if (__builtin_expect(error != 0, 0))
-    tty_db_fatal_error(TTY_DB_TRACE_TTY, "Release TTY lock", error);
+  if (__builtin_expect(error != 0, 0)) tty_db_fatal_error(op, "Release TTY lock", error);
 }
 
 #endif  // TTY_DB_TTY_ENTRY_H

@@ -1,46 +1,42 @@
 // Handing out the entry of a registered line, and taking it back.
 
-#include "block/directory.h"
+#include "block/index.h"
 #include "tty/entry.h"
 
 namespace {
 
-// Finds the entry of a line and obtains it for the calling thread.  REQUIRES: the read lock.
+constexpr tty_db_trace_category kTrace = TTY_DB_TRACE_TTY;
+
+// Finds the entry of a line and obtains it for the calling thread.  The output is set ahead of the
+// entry's lock, and stays so where that cannot be had: it tells a line that is there and cannot be
+// obtained from one that is not there.
 uint32_t obtain_entry(const tty_db_type *db_h, uint32_t category, uint32_t tty_id,
-                      tty_db_tty_type **tty) {
-  const tty_db_block_type *block = tty_db_directory_find(db_h, category, tty_id);
+                      tty_db_tty_type **tty) TTY_DB_REQUIRES_READ(db_h) {
+  const tty_db_block_type *block = tty_db_index_find_block(db_h, category, tty_id);
   if (block == nullptr) return TTY_DB_ERR_NOT_REGISTERED;
-  *tty = tty_db_block_slot(block, tty_id);
+  *tty = block->ttys[TTY_DB_TTY_ID_TO_BLOCK_INDEX(block, tty_id)];
   return *tty != nullptr ? tty_db_lock_tty(db_h, *tty) : TTY_DB_ERR_NOT_REGISTERED;
 }
 
 }  // namespace
 
-// Takes the read lock, and inside it the entry's.
 uint32_t tty_db_tty_retrieve(tty_db_type *db_h, uint32_t category, uint32_t tty_id,
                              tty_db_tty_type **tty) {
-  TTY_DB_TRACE_IF(TTY_DB_TRACE_TTY, TTY_DB_TRACE_ENTRY, __func__,
-                  "Entering ..DB=%X: category=%lu, tty_id=%lu, tty=%X", db_h, category, tty_id,
-                  tty);
-  uint32_t rc = tty_db_check_tty(db_h, category, tty_id);
-  if (tty == nullptr) rc = tty_db_reject(TTY_DB_TRACE_TTY, "NULL TTY output variable");
-  if (rc == 0) rc = tty_db_readlock(db_h, TTY_DB_TRACE_TTY);
-  if (rc == 0) {
-    rc = obtain_entry(db_h, category, tty_id, tty);
-    tty_db_unlock(db_h, TTY_DB_TRACE_TTY);
+  tty_db_operation op(kTrace);
+  TTY_DB_ENTER("DB=%X: category=%lu, tty_id=%lu, tty=%X", db_h, category, tty_id, tty);
+  tty_db_require_line(op, db_h, category, tty_id);
+  TTY_DB_REQUIRE(tty != nullptr, "NULL TTY output variable");
+  if (const tty_db_read_lock lock{op, db_h}) {
+    op.rc = obtain_entry(db_h, category, tty_id, tty);
   }
-  tty_db_trace_exit(TTY_DB_TRACE_TTY, rc);
-  return rc;
+  return op.exit();
 }
 
-// Takes no database lock.
 uint32_t tty_db_tty_unlock(tty_db_type *db_h, tty_db_tty_type *tty) {
-  TTY_DB_TRACE_IF(TTY_DB_TRACE_TTY, TTY_DB_TRACE_ENTRY, __func__, "Entering ..DB=%X: tty=%X", db_h,
-                  tty);
-  uint32_t rc = 0;
-  if (db_h == nullptr) rc = tty_db_reject(TTY_DB_TRACE_TTY, "NULL DB handle");
-  if (tty == nullptr) rc = tty_db_reject(TTY_DB_TRACE_TTY, "NULL TTY entry structure");
-  if (rc == 0) tty_db_unlock_tty(db_h, tty);
-  tty_db_trace_exit(TTY_DB_TRACE_TTY, rc);
-  return rc;
+  tty_db_operation op(kTrace);
+  TTY_DB_ENTER("DB=%X: tty=%X", db_h, tty);
+  TTY_DB_REQUIRE(db_h != nullptr, "NULL DB handle");
+  TTY_DB_REQUIRE(tty != nullptr, "NULL TTY entry structure");
+  if (op.ok()) tty_db_unlock_tty(db_h, tty);
+  return op.exit();
 }

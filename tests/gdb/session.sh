@@ -40,7 +40,7 @@ $2 = {
   items = {<There is no member named key.>}
 }
 +info ttydb db
-db is no database: There is no member named block_lists. (is the debug information of this libttydb there?)
+db is no database: There is no member named categories. (is the debug information of this libttydb there?)
 +info ttydb
 libttyplatform has no debug information: no telling who waits.
 END
