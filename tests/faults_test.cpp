@@ -152,7 +152,7 @@ std::string outcome_of(const Operation &operation, int nth) {
   const pid_t child = fork();
   if (child == 0) {
     dup2(fileno(errors), STDERR_FILENO);
-    host::announce_failures();
+    host::announce_to_stderr();
     run_with_failure(operation, nth);
     fflush(stdout);
     _exit(testing::Test::HasFailure() ? 1 : 0);

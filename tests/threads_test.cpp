@@ -153,6 +153,7 @@ TEST(Threads, WhateverDeregistersAnEntryWaitsForItsHolder) {
 }
 
 void release_by_another_thread() {
+  host::announce_to_stderr();
   host::assertions_return(true);
   Database db(kLock | kAuto);
   tty_db_tty_type *tty = db.add(0, 0, true);

@@ -178,7 +178,7 @@ int kel_errmsg(const void *message, int severity, ...) {
   vsnprintf(text, sizeof(text), rec->format, args);
   va_end(args);
   record("message " + std::string(rec->mnemonic) + " " + std::to_string(severity) + " " + text);
-  fprintf(stderr, "message %s %s\n", rec->mnemonic, text);
+  if (announce) fprintf(stderr, "message %s %s\n", rec->mnemonic, text);
   return 0;
 }
 
@@ -236,7 +236,7 @@ std::string end_failing() {
   return failed;
 }
 
-void announce_failures() { announce = true; }
+void announce_to_stderr() { announce = true; }
 
 long calls(const std::string &function) {
   const Guard guard(records().lock);

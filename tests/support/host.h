@@ -38,8 +38,9 @@ void fail_call(int nth, const std::string &function = "", int error = 22);
 // Ends that.  Returns the function whose call has failed, or "".
 std::string end_failing();
 
-// Writes "failing FUNCTION" to standard error whenever a call is made to fail.
-void announce_failures();
+// From now on writes messages, and "failing FUNCTION" whenever a call is made to fail, to standard
+// error.
+void announce_to_stderr();
 
 // Number of calls that the process has made of a function that can be made to fail.
 long calls(const std::string &function);
