@@ -343,20 +343,24 @@ class Model {
     const tty_db_category_type &category = db_.get()->categories[category_];
     tty_db_block_type *const *link = &category.first_block;
     std::vector<const tty_db_block_type *> first(TTY_DB_NUM_BUCKETS);
+    std::vector<bool> reserved(TTY_PORT_MAX + 1);
     for (; *link != nullptr; link = &(*link)->next_block) {
       const tty_db_block_type *block = *link;
       EXPECT_EQ(block->link, link);
       for (uint32_t id = block->details.first_tty; id < tty_db_block_end(block); ++id) {
+        reserved[id] = true;
         if (first[id / TTY_DB_BUCKET_SIZE] == nullptr) first[id / TTY_DB_BUCKET_SIZE] = block;
       }
     }
     EXPECT_EQ(category.tail, category.first_block != nullptr ? link : nullptr);
     for (uint32_t bucket = 0; bucket < TTY_DB_NUM_BUCKETS; ++bucket) {
       ASSERT_EQ(category.buckets[bucket], first[bucket]) << bucket;
-      ASSERT_EQ(category.buckets_in_use.has(bucket), first[bucket] != nullptr) << bucket;
     }
     for (uint32_t id = 0; id <= TTY_PORT_MAX; ++id) {
-      ASSERT_EQ(category.registered.has(id), lines().count(id) != 0) << id;
+      const auto line = lines().find(id);
+      ASSERT_EQ(category.entries[id], line != lines().end() ? line->second.tty : nullptr) << id;
+      ASSERT_EQ(category.registered.has(id), line != lines().end()) << id;
+      ASSERT_EQ(category.reserved.has(id), reserved[id]) << id;
     }
   }
 

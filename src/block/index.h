@@ -19,25 +19,43 @@ void tty_db_index_unlink(tty_db_type *db, tty_db_block_type *block) TTY_DB_REQUI
 tty_db_block_type **tty_db_index_find_link(tty_db_type *db, uint32_t category, uint32_t tty_id)
     TTY_DB_REQUIRES_READ(db);
 
+// Says whether a block holds an id.
+inline bool tty_db_index_is_reserved(const tty_db_type *db, uint32_t category, uint32_t tty_id)
+    TTY_DB_REQUIRES_READ(db) {
+  return db->categories[category].reserved.has(tty_id);
+}
+
 // Returns the block that holds an id, or NULL.
 inline tty_db_block_type *tty_db_index_find_block(const tty_db_type *db, uint32_t category,
                                                   uint32_t tty_id) TTY_DB_REQUIRES_READ(db) {
+  if (!tty_db_index_is_reserved(db, category, tty_id)) return nullptr;
   tty_db_block_type *block = db->categories[category].buckets[tty_id / TTY_DB_BUCKET_SIZE];
-  while (block != nullptr && tty_id >= tty_db_block_end(block)) block = block->next_block;
-  return block != nullptr && tty_id >= block->details.first_tty ? block : nullptr;
+  while (tty_id >= tty_db_block_end(block)) block = block->next_block;
+  return block;
 }
 
-// Notes whether a line is registered under an id.
-inline void tty_db_index_set_registered(tty_db_type *db, uint32_t category, uint32_t tty_id,
-                                        bool registered) TTY_DB_REQUIRES_WRITE(db) {
-  db->categories[category].registered.set(tty_id, registered);
+// Returns the entry of the line that is registered under an id, or NULL.
+inline tty_db_tty_type *tty_db_index_find_entry(const tty_db_type *db, uint32_t category,
+                                                uint32_t tty_id) TTY_DB_REQUIRES_READ(db) {
+  return db->categories[category].entries[tty_id];
 }
 
-// Returns the first registered id from `first` to `last`, or an id greater than `last`.
+// Notes the entry of the line that is registered under an id, and that it is registered no more.
+inline void tty_db_index_add_entry(tty_db_type *db, uint32_t category, uint32_t tty_id,
+                                   tty_db_tty_type *tty) TTY_DB_REQUIRES_WRITE(db) {
+  db->categories[category].entries[tty_id] = tty;
+  db->categories[category].registered.insert(tty_id);
+}
+inline void tty_db_index_remove_entry(tty_db_type *db, uint32_t category, uint32_t tty_id)
+    TTY_DB_REQUIRES_WRITE(db) {
+  db->categories[category].entries[tty_id] = nullptr;
+  db->categories[category].registered.erase(tty_id);
+}
+
+// Returns the first registered id from an id on, or one above TTY_PORT_MAX.
 inline uint32_t tty_db_index_next_registered(const tty_db_type *db, uint32_t category,
-                                             uint32_t first, uint32_t last)
-    TTY_DB_REQUIRES_READ(db) {
-  return db->categories[category].registered.next(first, last + 1);
+                                             uint32_t tty_id) TTY_DB_REQUIRES_READ(db) {
+  return db->categories[category].registered.next(tty_id);
 }
 
 #endif  // TTY_DB_BLOCK_INDEX_H

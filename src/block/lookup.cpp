@@ -72,8 +72,9 @@ uint32_t tty_db_block_find_lowest_block(tty_db_type *db_h, uint32_t category, ui
 namespace {
 
 // The search for the block that holds an id, step by step, as it is traced and asserted.
-[[gnu::cold]] uint32_t walk_to_block(tty_db_operation op, tty_db_type *db_h, uint32_t category,
-                                     uint32_t tty_id, tty_db_block_type **block)
+[[gnu::cold, gnu::noinline]] uint32_t walk_to_block(tty_db_operation op, tty_db_type *db_h,
+                                                    uint32_t category, uint32_t tty_id,
+                                                    tty_db_block_type **block)
     TTY_DB_REQUIRES_READ(db_h) {
   TTY_DB_ENTER("DB=%X: category=%lu, tty_id=%lu, block=%X", db_h, category, tty_id, block);
   TTY_DB_NEED(block != NULL);

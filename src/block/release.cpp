@@ -26,21 +26,22 @@ bool assert_walk(tty_db_speaker op, tty_db_type *db, uint32_t first_tty, uint32_
 
 // Return the first id from `first` to `last` of a block that has a line, or one above `last`: by a
 // visit to each id, which is traced, and by the index.
-[[gnu::cold]] uint32_t walk_to_registered(tty_db_speaker op, const tty_db_block_type *block,
-                                          uint32_t first, uint32_t last) {
+[[gnu::cold, gnu::noinline]] uint32_t walk_to_registered(tty_db_speaker op,
+                                                         const tty_db_block_type *block,
+                                                         uint32_t first, uint32_t last) {
   uint32_t tty_id = first;
   while (tty_id <= last && tty_db_entry_from_block(op, block, tty_id) == nullptr) ++tty_id;
   return tty_id;
 }
-uint32_t look_up_registered(const tty_db_type *db, const tty_db_block_type *block, uint32_t first,
-                            uint32_t last) TTY_DB_REQUIRES_READ(db) {
-  return tty_db_index_next_registered(db, block->details.category, first, last);
+uint32_t look_up_registered(const tty_db_type *db, const tty_db_block_type *block, uint32_t first)
+    TTY_DB_REQUIRES_READ(db) {
+  return tty_db_index_next_registered(db, block->details.category, first);
 }
 
 uint32_t next_registered(tty_db_speaker op, const tty_db_type *db, const tty_db_block_type *block,
                          uint32_t first, uint32_t last) TTY_DB_REQUIRES_READ(db) {
   return tty_db_tracing() ? walk_to_registered(op, block, first, last)
-                          : look_up_registered(db, block, first, last);
+                          : look_up_registered(db, block, first);
 }
 
 }  // namespace

@@ -44,7 +44,8 @@ uint32_t tty_db_iterate_start(tty_db_type *db_h, uint32_t start_category, uint32
   return op.exit();
 }
 
-uint32_t tty_db_iterate_next(tty_db_iterator_type *iterator_h, uint32_t *category,
+// Flattened: the walk is not to cost a call.
+[[gnu::flatten]] uint32_t tty_db_iterate_next(tty_db_iterator_type *iterator_h, uint32_t *category,
                              uint32_t *tty_id) {
   tty_db_operation op(kTrace);
   TTY_DB_ENTER("iterator=%X, category=%X, tty_id=%X", iterator_h, category, tty_id);
@@ -66,8 +67,9 @@ namespace {
 // left anywhere: the caller moves on.
 
 // By a walk from block to block and from id to id, which is traced and asserted.
-[[gnu::cold]] bool walk_to_line(tty_db_speaker op, tty_db_iterator_type *iterator_h,
-                                uint32_t max_id) TTY_DB_REQUIRES_READ(iterator_h->db_h) {
+[[gnu::cold, gnu::noinline]] bool walk_to_line(tty_db_speaker op, tty_db_iterator_type *iterator_h,
+                                               uint32_t max_id)
+    TTY_DB_REQUIRES_READ(iterator_h->db_h) {
   do {
     TTY_DB_SAY("Looking for next block in this category");
     tty_db_block_type *block = nullptr;
@@ -97,7 +99,7 @@ namespace {
 bool look_up_line(tty_db_iterator_type *iterator_h, uint32_t max_id)
     TTY_DB_REQUIRES_READ(iterator_h->db_h) {
   const uint32_t tty_id = tty_db_index_next_registered(iterator_h->db_h, iterator_h->next_category,
-                                                       iterator_h->next_id, max_id);
+                                                       iterator_h->next_id);
   iterator_h->next_id = tty_id + 1;
   return tty_id <= max_id;
 }

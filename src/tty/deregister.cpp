@@ -36,7 +36,7 @@ void destroy_items(tty_db_speaker op, tty_db_tty_type *tty) {
 void withdraw(tty_db_speaker op, tty_db_type *db_h, tty_db_block_type *block, uint32_t tty_id)
     TTY_DB_REQUIRES_WRITE(db_h) {
   tty_db_set_entry_in_block(op, block, tty_id, nullptr);
-  tty_db_index_set_registered(db_h, block->details.category, tty_id, false);
+  tty_db_index_remove_entry(db_h, block->details.category, tty_id);
   if (TTY_DB_HOLDS(block->details.num_registered > 0)) --block->details.num_registered;
   if (TTY_DB_HOLDS(db_h->num_ttys > 0)) --db_h->num_ttys;
   TTY_DB_SAY("Block now has %lu TTYs and DB has %lu TTYs", block->details.num_registered,

@@ -99,7 +99,7 @@ void publish(tty_db_speaker op, tty_db_type *db_h, uint32_t tty_id, const Regist
                      "tty_db_entry_from_block(block, tty_id) == NULL");
   TTY_DB_ASSERT(block->details.num_registered < block->details.capacity);
   tty_db_set_entry_in_block(op, block, tty_id, made.entry);
-  tty_db_index_set_registered(db_h, block->details.category, tty_id, true);
+  tty_db_index_add_entry(db_h, block->details.category, tty_id, made.entry);
   ++block->details.num_registered;
   ++db_h->num_ttys;
   TTY_DB_SAY("Block now has %lu TTYs and DB has %lu TTYs", block->details.num_registered,

@@ -12,10 +12,9 @@ constexpr tty_db_trace_category kTrace = TTY_DB_TRACE_TTY;
 // obtained from one that is not there.
 uint32_t obtain_entry(const tty_db_type *db_h, uint32_t category, uint32_t tty_id,
                       tty_db_tty_type **tty) TTY_DB_REQUIRES_READ(db_h) {
-  const tty_db_block_type *block = tty_db_index_find_block(db_h, category, tty_id);
-  if (block == nullptr) return TTY_DB_ERR_NOT_REGISTERED;
-  *tty = block->ttys[TTY_DB_TTY_ID_TO_BLOCK_INDEX(block, tty_id)];
-  return *tty != nullptr ? tty_db_lock_tty(db_h, *tty) : TTY_DB_ERR_NOT_REGISTERED;
+  tty_db_tty_type *found = tty_db_index_find_entry(db_h, category, tty_id);
+  if (found != nullptr || tty_db_index_is_reserved(db_h, category, tty_id)) *tty = found;
+  return found != nullptr ? tty_db_lock_tty(db_h, found) : TTY_DB_ERR_NOT_REGISTERED;
 }
 
 }  // namespace
