@@ -1,10 +1,5 @@
 // Getting an item of an entry by its key: every item in turn, at random.
 
-#include <benchmark/benchmark.h>
-
-#include <memory>
-#include <string>
-
 #include "subjects.h"
 #include "works.h"
 
@@ -54,30 +49,26 @@ void add_get(uint32_t count) {
   for (uint32_t key = 0; key < count; ++key) values.push_back(key * 7919);
   const auto keys = Cycle<uint32_t>::draws(values);
 
-  const auto library = std::make_shared<Library>();
-  tty_db_tty_type *const tty = library->add({0, 0});
-  const auto list = std::make_shared<InlineList>();
-  for (const uint32_t key : values) {
-    void *item = nullptr;
-    require(tty_db_item_create(tty, key, kItemSize, &item) == 0, "item_create");
-  }
-  for (const uint32_t key : values) list->create(key);
-
-  benchmark::RegisterBenchmark((work + "/library").c_str(),
-                               [library, tty, keys](benchmark::State &state) {
-                                 size_t step = 0;
-                                 for (auto _ : state) {
-                                   void *item = nullptr;
-                                   tty_db_item_get(tty, keys[step++], &item);
-                                   benchmark::DoNotOptimize(item);
-                                 }
-                               });
-  benchmark::RegisterBenchmark((work + "/floor").c_str(), [list, keys](benchmark::State &state) {
-    size_t step = 0;
-    for (auto _ : state) {
-      benchmark::DoNotOptimize(list->get(keys[step++]));
-      benchmark::ClobberMemory();
+  add_work(work + "/library", [values, keys] {
+    const auto library = std::make_shared<Library>();
+    tty_db_tty_type *const tty = library->add({0, 0});
+    for (const uint32_t key : values) {
+      void *item = nullptr;
+      require(tty_db_item_create(tty, key, kItemSize, &item) == 0, "item_create");
     }
+    return [library, tty, keys](size_t call) {
+      void *item = nullptr;
+      tty_db_item_get(tty, keys[call], &item);
+      return item;
+    };
+  });
+  add_work(work + "/floor", [values, keys] {
+    const auto list = std::make_shared<InlineList>();
+    for (const uint32_t key : values) list->create(key);
+    return [list, keys](size_t call) {
+      benchmark::ClobberMemory();
+      return list->get(keys[call]);
+    };
   });
 }
 

@@ -1,10 +1,6 @@
 // Advancing an iterator.  A pass over all lines includes its start, its end, and the advance that
 // finds no further line.
 
-#include <benchmark/benchmark.h>
-
-#include <memory>
-
 #include "subjects.h"
 #include "works.h"
 
@@ -12,7 +8,7 @@ namespace {
 
 class Pass {
  public:
-  explicit Pass(const Library &library) : db_(library.handle()) { start(); }
+  explicit Pass(std::shared_ptr<Library> library) : library_(std::move(library)) { start(); }
   Pass(const Pass &) = delete;
   Pass &operator=(const Pass &) = delete;
   ~Pass() { tty_db_iterate_end(iterator_); }
@@ -31,54 +27,53 @@ class Pass {
 
  private:
   void start() {
-    require(tty_db_iterate_start(db_, 0, 0, TTY_CATEGORY_MAX, TTY_PORT_MAX, &iterator_) == 0,
+    require(tty_db_iterate_start(library_->handle(), 0, 0, TTY_CATEGORY_MAX, TTY_PORT_MAX,
+                                 &iterator_) == 0,
             "iterate_start");
   }
 
-  tty_db_type *db_;
+  std::shared_ptr<Library> library_;
   tty_db_iterator_type *iterator_ = nullptr;
 };
 
-void add_pass(const char *name, std::shared_ptr<Library> library, uint32_t lines) {
-  Pass counted(*library);
-  uint32_t found = 0;
-  while (counted.advance()) ++found;
-  require(found == lines, "iteration finds every line");
-  benchmark::RegisterBenchmark(name, [library](benchmark::State &state) {
-    Pass pass(*library);
-    for (auto _ : state) benchmark::DoNotOptimize(pass.advance());
+// Adds the advances over the lines that `make` registers, and their floor.
+template <typename Make>
+void add_pass(const std::string &work, uint32_t lines, Make make) {
+  add_work(work + "/library", [lines, make] {
+    const auto pass = std::make_shared<Pass>(make());
+    uint32_t found = 0;
+    while (pass->advance()) ++found;
+    require(found == lines, "iteration finds every line");
+    return [pass](size_t) { return pass->advance(); };
+  });
+  add_work(work + "/floor", [] {
+    const auto floor = std::make_shared<Floor>();
+    return [floor](size_t) { return floor->miss(0); };
   });
 }
 
 }  // namespace
 
 void add_iterate_works() {
-  const auto dense = std::make_shared<Library>();
-  const auto map = std::make_shared<StdMap>();
-  for (const Line line : first_lines(60000)) {
-    dense->add(line);
-    map->add(line);
-  }
-  add_pass("iterate_dense/library", dense, 60000);
-  benchmark::RegisterBenchmark("iterate_dense/std_map", [map](benchmark::State &state) {
-    StdMap::Key next = 0;
-    for (auto _ : state) {
-      if (!map->next(next)) next = 0;
-      benchmark::DoNotOptimize(next);
-    }
+  add_pass("iterate_dense", 60000, [] {
+    auto library = std::make_shared<Library>();
+    for (const Line line : first_lines(60000)) library->add(line);
+    return library;
   });
-
-  const auto sparse = std::make_shared<Library>(TTY_DB_OPT_LOCK_ENTRIES);
-  for (uint16_t category = 0; category <= TTY_CATEGORY_MAX; ++category) {
-    sparse->reserve(category, 0, TTY_PORT_MAX + 1);
-    sparse->add({category, 5000});
-  }
-  add_pass("iterate_sparse/library", sparse, 6);
-
-  const auto floor = std::make_shared<Floor>();
-  for (const char *name : {"iterate_dense/floor", "iterate_sparse/floor"}) {
-    benchmark::RegisterBenchmark(name, [floor](benchmark::State &state) {
-      for (auto _ : state) benchmark::DoNotOptimize(floor->miss(0));
-    });
-  }
+  add_pass("iterate_sparse", 6, [] {
+    auto library = std::make_shared<Library>(TTY_DB_OPT_LOCK_ENTRIES);
+    for (uint16_t category = 0; category <= TTY_CATEGORY_MAX; ++category) {
+      library->reserve(category, 0, TTY_PORT_MAX + 1);
+      library->add({category, 5000});
+    }
+    return library;
+  });
+  add_work("iterate_dense/std_map", [] {
+    const auto map = std::make_shared<StdMap>();
+    for (const Line line : first_lines(60000)) map->add(line);
+    return [map, next = std::make_shared<StdMap::Key>(0)](size_t) {
+      if (!map->next(*next)) *next = 0;
+      return *next;
+    };
+  });
 }

@@ -1,5 +1,5 @@
-// Everything is set up before the first benchmark runs, in the same order every time: what a
-// subject's records have for neighbours does not depend on which benchmark runs first.
+// The benchmarks.  Everything is set up before the first one runs, in the same order every time:
+// what a subject's records have for neighbours does not depend on which benchmark runs first.
 
 #include <benchmark/benchmark.h>
 
@@ -13,6 +13,11 @@ int main(int argc, char **argv) {
   add_iterate_works();
   add_item_works();
   add_resize_works();
+  add_database_works();
+  for (const Work &work : works()) {
+    auto *const timed = benchmark::RegisterBenchmark(work.name.c_str(), work.set_up().timed);
+    if (work.threads > 1) timed->Threads(work.threads)->UseRealTime();
+  }
   add_trace_gate_works();
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();

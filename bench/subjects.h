@@ -16,7 +16,9 @@
 
 #include <errno.h>
 #include <pthread.h>
+#include <string.h>
 #include <tbb/concurrent_hash_map.h>
+#include <time.h>
 
 #include <map>
 #include <mutex>
@@ -93,17 +95,36 @@ class LibraryOf {
 
 using Library = LibraryOf<>;
 
+// The write lock as an operation takes it, and as its internal routines assert that it is held: by
+// a try, a reading of the clock, and a timed try.
+class WriteLockFloor {
+ public:
+  explicit WriteLockFloor(pthread_rwlock_t &lock) : lock_(lock) { pthread_rwlock_trywrlock(&lock); }
+  ~WriteLockFloor() { pthread_rwlock_unlock(&lock_); }
+  WriteLockFloor(const WriteLockFloor &) = delete;
+  WriteLockFloor &operator=(const WriteLockFloor &) = delete;
+
+  void assert_held() const {
+    if (pthread_rwlock_trywrlock(&lock_) != EBUSY) abort();
+    timespec now;
+    clock_gettime(CLOCK_REALTIME, &now);
+    if (pthread_rwlock_timedwrlock(&lock_, &now) != EDEADLK) abort();
+  }
+
+ private:
+  pthread_rwlock_t &lock_;
+};
+
 class Floor {
  public:
   using Key = uint32_t;
   static Key key(Line line) { return line.category * kLinesPerCategory + line.id; }
 
-  Floor() { require(pthread_rwlock_init(&lock_, nullptr) == 0, "pthread_rwlock_init"); }
+  explicit Floor(uint32_t options = TTY_DB_OPT_ALL) : options_(options) {}
   Floor(const Floor &) = delete;
   Floor &operator=(const Floor &) = delete;
   ~Floor() {
     for (Record *record : records_) destroy_record(record);
-    pthread_rwlock_destroy(&lock_);
   }
 
   // Lines are added in the order of their keys.
@@ -119,28 +140,60 @@ class Floor {
       pthread_mutex_lock(&record->head.lock);
     }
     pthread_rwlock_unlock(&lock_);
-    pthread_mutex_trylock(&record->head.lock);
-    pthread_mutex_unlock(&record->head.lock);
+    give_back(record);
     return record;
   }
 
-  bool miss(Key) {
+  bool miss(Key key) {
     pthread_rwlock_rdlock(&lock_);
     pthread_rwlock_unlock(&lock_);
-    return true;
+    return key != ~Key{0};
   }
 
   bool add_and_remove(Key) {
-    pthread_rwlock_trywrlock(&lock_);
-    Record *record = create_record();
-    pthread_rwlock_unlock(&lock_);
-    pthread_rwlock_trywrlock(&lock_);
+    const bool brings_block = (options_ & TTY_DB_OPT_AUTO_BLOCKS) != 0;
+    const bool locks = (options_ & TTY_DB_OPT_LOCK_ENTRIES) != 0;
+    Block *block = nullptr;
+    Record *record = nullptr;
+    {
+      const WriteLockFloor writing(lock_);
+      writing.assert_held();  // for the registration
+      if (brings_block) {
+        writing.assert_held();  // for the reservation
+        block = static_cast<Block *>(calloc(1, sizeof(Block)));
+        block->slots = static_cast<void **>(calloc(TTY_DB_AUTO_BLOCK_SIZE, sizeof(void *)));
+      }
+      record = create_record();
+      if (locks) pthread_mutex_trylock(&record->head.lock);
+    }
+    if (locks) give_back(record);
+    const WriteLockFloor writing(lock_);
+    writing.assert_held();  // for the deregistration
+    give_back(record);      // the wait ahead of the items
+    give_back(record);      // and that ahead of the mutex
     destroy_record(record);
-    pthread_rwlock_unlock(&lock_);
+    if (brings_block) {
+      writing.assert_held();  // for the release
+      writing.assert_held();  // for the walk over its ids
+      free(block->slots);
+      explicit_bzero(block, sizeof(Block));
+      free(block);
+    }
     return true;
   }
 
  private:
+  // A block's record, with its details.
+  struct Block {
+    void **slots;
+    char rest[64];
+  };
+
+  // Both the return of a record and the wait for its holder are a try and an unlock.
+  static void give_back(Record *record) {
+    pthread_mutex_trylock(&record->head.lock);
+    pthread_mutex_unlock(&record->head.lock);
+  }
   static Record *create_record() {
     auto *record = static_cast<Record *>(calloc(1, sizeof(Record)));
     pthread_mutexattr_t attributes;
@@ -155,7 +208,8 @@ class Floor {
     free(record);
   }
 
-  pthread_rwlock_t lock_;
+  pthread_rwlock_t lock_ = PTHREAD_RWLOCK_INITIALIZER;
+  uint32_t options_;
   std::vector<Record *> records_;
 };
 

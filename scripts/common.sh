@@ -30,6 +30,8 @@ step() {
 # What a package is there for, where that is no command of the package's name.
 declare -A provides=(
   [ninja-build]=ninja [dpkg-dev]=dpkg-shlibdeps [libgtest-dev]='<gtest/gtest.h>'
+  [libbenchmark-dev]='<benchmark/benchmark.h>' [libtbb-dev]='<tbb/concurrent_hash_map.h>'
+  [gnuplot-nox]=gnuplot
 )
 
 # present PACKAGE: says whether the command or the C++ header that a package provides is there.
@@ -68,6 +70,11 @@ build() {
   step "configure $1" cmake --preset "$1"
   step "build $1${2:+: $2}" "${under[@]}" cmake --build --preset "$1" ${2:+--target "$2"}
 }
+
+need_for_benchmarks() { need libbenchmark-dev libtbb-dev python3; }
+
+# compiler_of PRESET: the C++ compiler that a preset is built with.
+compiler_of() { sed -n 's/^CMAKE_CXX_COMPILER:[A-Z]*=//p' "build/$1/CMakeCache.txt"; }
 
 # run_tests PRESET: builds a preset and runs its tests; ends with the summary line.
 run_tests() {

@@ -46,7 +46,7 @@ uint32_t tty_db_iterate_start(tty_db_type *db_h, uint32_t start_category, uint32
 
 // Flattened: the walk is not to cost a call.
 [[gnu::flatten]] uint32_t tty_db_iterate_next(tty_db_iterator_type *iterator_h, uint32_t *category,
-                             uint32_t *tty_id) {
+                                              uint32_t *tty_id) {
   tty_db_operation op(kTrace);
   TTY_DB_ENTER("iterator=%X, category=%X, tty_id=%X", iterator_h, category, tty_id);
   TTY_DB_REQUIRE(iterator_h != nullptr, "NULL Iterator handle");
@@ -62,70 +62,72 @@ uint32_t tty_db_iterate_start(tty_db_type *db_h, uint32_t start_category, uint32
 
 namespace {
 
-// Find the next registered line of the iterator's category that is not above `max_id`, and move the
-// position past it.  Return whether there is one: its id is next_id - 1.  If not, the position is
-// left anywhere: the caller moves on.
+// Return the id of the first registered line, from the iterator's position to `max_id` of the same
+// category, or an id greater than `max_id`.
 
 // By a walk from block to block and from id to id, which is traced and asserted.
-[[gnu::cold, gnu::noinline]] bool walk_to_line(tty_db_speaker op, tty_db_iterator_type *iterator_h,
-                                               uint32_t max_id)
+[[gnu::cold, gnu::noinline]] uint32_t walk_to_line(tty_db_speaker op,
+                                                   const tty_db_iterator_type *iterator_h,
+                                                   uint32_t max_id)
     TTY_DB_REQUIRES_READ(iterator_h->db_h) {
+  uint32_t next_id = iterator_h->next_id;
   do {
     TTY_DB_SAY("Looking for next block in this category");
     tty_db_block_type *block = nullptr;
-    if (tty_db_block_find_lowest_block(iterator_h->db_h, iterator_h->next_category,
-                                       iterator_h->next_id, &block) != 0) {
-      return false;
+    if (tty_db_block_find_lowest_block(iterator_h->db_h, iterator_h->next_category, next_id,
+                                       &block) != 0) {
+      break;
     }
     TTY_DB_ASSERT(block != NULL);
     TTY_DB_ASSERT(block->details.category == iterator_h->next_category);
-    TTY_DB_ASSERT((block->details.first_tty + block->details.capacity) > iterator_h->next_id);
+    TTY_DB_ASSERT_TEXT(tty_db_block_end(block) > next_id,
+                       "(block->details.first_tty + block->details.capacity) > "
+                       "iterator_h->next_id");
     TTY_DB_SAY("Got block starting at %lu with %lu TTYs", block->details.first_tty,
                block->details.capacity);
     const uint32_t scan_end = std::min(tty_db_block_end(block) - 1, max_id);
-    iterator_h->next_id = std::max(iterator_h->next_id, block->details.first_tty);
-    TTY_DB_SAY("Looking at IDs %lu to %lu", iterator_h->next_id, scan_end);
-    while (iterator_h->next_id <= scan_end) {
-      const uint32_t tty_id = iterator_h->next_id++;
-      if (tty_db_entry_from_block(op, block, tty_id) == nullptr) continue;
-      TTY_DB_SAY("TTY with ID %lu is registered", tty_id);
-      return true;
+    next_id = std::max(next_id, block->details.first_tty);
+    TTY_DB_SAY("Looking at IDs %lu to %lu", next_id, scan_end);
+    for (; next_id <= scan_end; ++next_id) {
+      if (tty_db_entry_from_block(op, block, next_id) == nullptr) continue;
+      TTY_DB_SAY("TTY with ID %lu is registered", next_id);
+      return next_id;
     }
-  } while (iterator_h->next_id <= max_id);
-  return false;
+  } while (next_id <= max_id);
+  return max_id + 1;
 }
 
 // By the index.
-bool look_up_line(tty_db_iterator_type *iterator_h, uint32_t max_id)
+uint32_t look_up_line(const tty_db_iterator_type *iterator_h)
     TTY_DB_REQUIRES_READ(iterator_h->db_h) {
-  const uint32_t tty_id = tty_db_index_next_registered(iterator_h->db_h, iterator_h->next_category,
-                                                       iterator_h->next_id);
-  iterator_h->next_id = tty_id + 1;
-  return tty_id <= max_id;
+  return tty_db_index_next_registered(iterator_h->db_h, iterator_h->next_category,
+                                      iterator_h->next_id);
 }
 
 // Finds the next registered line, from the iterator's category on, and moves the position past it.
 // Returns 0 or TTY_DB_ERR_NO_MORE.
 uint32_t find_line(tty_db_speaker op, tty_db_iterator_type *iterator_h, uint32_t *category,
                    uint32_t *tty_id) TTY_DB_REQUIRES_READ(iterator_h->db_h) {
-  bool found = false;
-  while (!found && iterator_h->next_category <= iterator_h->end_category) {
-    const bool last = iterator_h->next_category == iterator_h->end_category;
-    const uint32_t max_id = last ? iterator_h->end_id : TTY_PORT_MAX;
+  while (iterator_h->next_category <= iterator_h->end_category) {
+    const bool is_last = iterator_h->next_category == iterator_h->end_category;
+    const uint32_t max_id = is_last ? iterator_h->end_id : TTY_PORT_MAX;
     TTY_DB_SAY("Considering category %lu, maximum TTY ID is %lu", iterator_h->next_category,
                max_id);
-    found =
-        tty_db_tracing() ? walk_to_line(op, iterator_h, max_id) : look_up_line(iterator_h, max_id);
-    if (found) {
+    const uint32_t found =
+        tty_db_tracing() ? walk_to_line(op, iterator_h, max_id) : look_up_line(iterator_h);
+    if (found <= max_id) {
       *category = iterator_h->next_category;
-      *tty_id = iterator_h->next_id - 1;
-      if (iterator_h->next_id <= max_id) break;
+      *tty_id = found;
+      iterator_h->next_id = found + 1;
     }
-    TTY_DB_SAY("Moving category on");
-    ++iterator_h->next_category;
-    iterator_h->next_id = 0;
+    if (found >= max_id) {
+      TTY_DB_SAY("Moving category on");
+      ++iterator_h->next_category;
+      iterator_h->next_id = 0;
+    }
+    if (found <= max_id) return 0;
   }
-  return found ? 0 : TTY_DB_ERR_NO_MORE;
+  return TTY_DB_ERR_NO_MORE;
 }
 
 }  // namespace
