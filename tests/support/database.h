@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -19,6 +20,13 @@ struct Entry {
   uint64_t value;
   unsigned char rest[32];
 };
+
+// The fields of a block's details, to be compared and printed.
+inline auto fields(const tty_db_block_details_type &details) {
+  return std::make_tuple(details.category, details.first_tty, details.capacity,
+                         static_cast<const void *>(details.tag_name), details.num_registered,
+                         details.ctx, details.block_h);
+}
 
 // What a caller keeps of a database.
 struct Handles {

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <map>
 #include <mutex>
+#include <set>
 #include <thread>
 #include <unordered_map>
 
@@ -44,7 +45,13 @@ struct Records {
   std::unordered_map<void *, size_t> live;  // allocations, with their sizes
   std::map<std::string, long> calls;
   size_t zeros = 0;
+  int assertions = 0;
+  bool trace_sound = true;
+  bool trace_once = false;
+  std::set<std::string> traced;  // the trace points, where only their first lines are recorded
 };
+
+thread_local std::vector<std::string> routines;  // that have entered and not left
 
 Records &records() {
   static Records &instance = *new Records;  // outlives every destructor
@@ -87,6 +94,19 @@ std::string format_words(const char *format, va_list args) {
   return text;
 }
 
+// Notes that a routine leaves.  Says whether it is the last that has entered, and its exit line the
+// one that it should be.
+bool leaves(const std::string &routine, const std::string &text) {
+  const bool entered = !routines.empty() && routines.back() == routine;
+  if (entered) routines.pop_back();
+  const std::string exited = "EXITED   '" + routine + "' ";
+  if (text == "Exiting .." || text == exited + ":SUCCESS") return entered;
+  const size_t at = text.find("[0x");
+  const unsigned long code = at != std::string::npos ? strtoul(&text[at + 1], nullptr, 16) : 0;
+  const char *known = code == TTY_DB_ERR_NO_MORE ? "UNREGISTERED" : "text";
+  return entered && code != 0 && text == exited + "[0x" + hexadecimal(code) + "]:" + known;
+}
+
 }  // namespace
 
 namespace host {
@@ -106,6 +126,9 @@ void clear() {
   const Guard guard(records().lock);
   records().log.clear();
   records().names.clear();
+  records().assertions = 0;
+  records().trace_sound = true;
+  routines.clear();
 }
 
 void name(const void *pointer, const std::string &name) {
@@ -114,7 +137,13 @@ void name(const void *pointer, const std::string &name) {
 }
 
 void trace(bool on) { *trace_switch = on ? 1 : 0; }
+void trace_once(bool on) {
+  records().trace_once = on;
+  records().traced.clear();
+}
+bool trace_is_sound() { return records().trace_sound && routines.empty(); }
 void assertions_return(bool on) { returns = on; }
+int num_assertions() { return records().assertions; }
 int num_waiting() { return waiting; }
 
 std::string result_name(uint32_t rc) {
@@ -147,13 +176,24 @@ void tty_trace(tty_trace_category *category, int level, int flags, uintptr_t, in
   va_start(args, format);
   const std::string text = format_words(format, args);
   va_end(args);
-  const char *mark = kind == 0 ? "." : kind == 1 ? ">" : kind == 2 ? "<" : "?";
-  const bool sound = level == 5 && flags == 0 && line > 0;
-  record(std::string(category->name) + " " + mark + " " + routine + ": " + text +
-         (sound ? "" : " UNSOUND"));
+  const bool sound = level == 5 && flags == 0 && line > 0 && (kind != 2 || leaves(routine, text));
+  if (kind == 1) routines.emplace_back(routine);
+  const std::string point =
+      std::string(category->name) + (kind == 1 ? " > " : " . ") + routine + ": ";
+  {
+    const Guard guard(records().lock);
+    records().trace_sound = records().trace_sound && sound;
+    if (kind == 2) return;
+    if (records().trace_once && !records().traced.insert(point + format).second) return;
+  }
+  record(point + text);
 }
 
 void tty_ltrace_assert(const char *routine, int, const char *expression) {
+  {
+    const Guard guard(records().lock);
+    ++records().assertions;
+  }
   record(std::string("assert ") + routine + ": " + expression);
   if (returns) return;
   fprintf(stderr, "assert %s: %s\n", routine, expression);

@@ -12,11 +12,13 @@
 namespace host {
 
 // What the library has asked for, in order, since the last clear(), one string each:
-//   trace     "block > routine: text" (">" entry line, "<" exit line, "." other line)
+//   trace     "block > routine: text" (">" entry line, "." other line)
 //   assertion "assert routine: expression"
 //   message   "message MNEMONIC 3 text"
 //   wait      "wait routine" and "wait over"
 // A pointer that name() has named is printed by that name, any other as "..", NULL as "0".
+// An exit line is not recorded: it closes the entry line of its routine, and must tell its result
+// as every routine does.
 std::vector<std::string> log();
 std::string log_text();
 void clear();
@@ -24,9 +26,16 @@ void name(const void *pointer, const std::string &name);
 
 // Turns recording of trace lines on and off; off at first.
 void trace(bool on);
+// Whether only the first line of each trace point is recorded; off at first.
+void trace_once(bool on);
+// Says whether all lines since the last clear() were sound, and every routine that has entered has
+// left.
+bool trace_is_sound();
 
 // What a failed assertion does: it is recorded and returns, or ends the process (at first).
 void assertions_return(bool on);
+// How many have failed since the last clear().
+int num_assertions();
 
 // How many threads have announced that they wait for a mutex.
 int num_waiting();
