@@ -1,0 +1,101 @@
+"""Looks into the program lines from within GDB, and says what it does not show as it should.
+
+  gdb -nx -batch -iex "set auto-load safe-path /" -x look.py PROGRAM
+
+With LIBRARIES in the environment, a directory of stripped libraries, the program runs with those.
+"""
+
+import os
+import re
+
+import gdb
+
+# Commands, and texts that their output has, in this order.
+NOBODY_WAITS = [
+    ("info ttydb", ["No thread waits for an entry."]),
+    ("print *iterator", ["next = category 0, id 8", "end = category 3, id 120"]),
+    ("print *held", ["lock = held by thread 1 (LWP", "lock_owner = thread 1 (LWP",
+                     "items = {40, 30, 20, 10}"]),
+    ("print *given_back", ["lock = held by nobody", "lock_owner = nobody", "items = {}"]),
+]
+A_THREAD_WAITS = [
+    ("info ttydb", [r"thread 2 (LWP", " waits in tty_db_lock_tty, line ", " for the entry 0x",
+                    ", held by thread 1 (LWP"]),
+    ("info ttydb *db", [" (category 3, id 107), held by thread 1"]),
+    ("print *db", [
+        "options = TTY_DB_OPT_LOCK_ENTRIES", "rwlock = held by 1 reader,", "num_blocks = 3",
+        "num_ttys = 6", 'category 0 = {0..7 (tag "console", 1 registered, at 0x',
+        'category 3 = {100..149 (tag "modems", 5 registered', "), 10000 (tag none, 0 registered"]),
+    ("print *modems", ["category = 3", "ids = 100..149", 'tag_name = "modems"', "ctx = 0x0",
+                       "num_registered = 5", "registered = {100..101, 103, 107, 149}"]),
+    ("print *console", ["ctx = 0xc0", "registered = {7}"]),
+    # An iterator that is through, a list that is cut, unknown options, a writer.
+    ("set var iterator->next_category = 4", []),
+    ("print *iterator", ["next = exhausted"]),
+    ("set print elements 3", []),
+    ("print *held", ["items = {40, 30, 20, ...}"]),
+    ("set print elements 200", []),
+    ("set var db->options = 6", []),
+    ("set var db->rwlock.__data.__cur_writer = held->lock.__data.__owner", []),
+    ("print *db", ["TTY_DB_OPT_AUTO_BLOCKS | 0x4", "rwlock = held for writing by thread 1 (LWP"]),
+    # Broken memory.
+    ("set var modems->details.tag_name = 1", []),
+    ("set var modems->next_block = modems", []),
+    ("set var console->next_block = 1", []),
+    ("print *db", ["at 0x", "<Cannot access memory at address", "tag <error: Cannot access memory",
+                   "<again 0x", ": the list is a cycle>"]),
+    ("info ttydb db", ["(<Cannot access memory at address"]),
+    ("set var modems->ttys = 1", []),
+    ("set var modems->details.capacity = 0xffffffff", []),
+    ("print *modems", ["ids = 100..4294967394", "registered = {<Cannot access memory"]),
+    ("set var held->item_list_head->next_item->next_item = held->item_list_head", []),
+    ("set var held->lock.__data.__owner = 1", []),
+    ("set var held->lock_owner = 2", []),
+    ("print *held", ["held by LWP 1, no thread of this process", "pthread_t 0x2, no thread that GDB",
+                     "items = {40, 30, <again 0x"]),
+    ("set var ptd_mutex_block_list->routine = 1", []),
+    ("set var ptd_mutex_block_list->mutex = 1", []),
+    ("set var ptd_mutex_block_list->next = ptd_mutex_block_list", []),
+    ("info ttydb", ["waits in <Cannot access memory", "for the entry 0x1, held by <Cannot access",
+                    "The list of waiting threads is broken: again 0x"]),
+]
+STRIPPED = [
+    ("print *modems", ["error = <There is no member named details.> (is the debug information"]),
+    ("print *held", ["lock_owner = thread 1 (LWP", "items = {<There is no member named key.>}"]),
+    ("info ttydb db", ["db is no database: There is no member named categories. (is the debug"]),
+    ("info ttydb", ["libttyplatform has no debug information: no telling who waits."]),
+]
+
+
+def check(looks):
+    for command, texts in looks:
+        try:
+            shown = gdb.execute(command, to_string=True)
+        except gdb.error as error:
+            shown = str(error)
+        if not re.search(".*".join(map(re.escape, texts)), shown, re.DOTALL):
+            print("%s: wanted, in this order: %s\nshown: %s" % (command, texts, shown))
+            gdb.execute("kill")
+            gdb.execute("quit 1")
+
+
+for setting in ("pagination off", "confirm off", "print pretty on", "print thread-events off"):
+    gdb.execute("set " + setting)
+libraries = os.environ.get("LIBRARIES")
+if libraries:
+    gdb.execute("set environment LD_LIBRARY_PATH " + libraries)
+gdb.execute("break look", to_string=True)
+try:
+    gdb.execute("run", to_string=True)
+    gdb.execute("up")
+except gdb.error as error:
+    print("skipped: GDB may not run a program here: %s" % error)
+    gdb.execute("quit")
+if libraries:
+    check(STRIPPED)
+else:
+    check(NOBODY_WAITS)
+    gdb.execute("continue", to_string=True)
+    gdb.execute("up")
+    check(A_THREAD_WAITS)
+gdb.execute("kill")
