@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "db/db.h"
 #include "support/host.h"
 
 constexpr uint32_t kLock = TTY_DB_OPT_LOCK_ENTRIES;
@@ -48,7 +49,7 @@ class Database {
   }
   ~Database() {
     EXPECT_EQ(tty_db_destroy(db_), 0u);
-    EXPECT_GE(host::zeros_at_last_free(), sizeof(pthread_rwlock_t) + 20 * sizeof(void *));
+    EXPECT_GE(host::zeros_at_last_free(), sizeof(tty_db_type));
     const bool outermost = allocations_ == 0;
     EXPECT_TRUE(!outermost || host::live_allocations() == 0);
   }

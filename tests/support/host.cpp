@@ -6,6 +6,7 @@
 #include <string.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <map>
 #include <mutex>
@@ -328,8 +329,12 @@ void __wrap_free(void *pointer) {
     const auto found = records().live.find(pointer);
     if (found != records().live.end()) {
       const auto *bytes = static_cast<const unsigned char *>(pointer);
-      records().zeros = 0;
-      while (records().zeros < found->second && bytes[records().zeros] == 0) ++records().zeros;
+      const auto *end = bytes + found->second;
+      const auto is_set = [](unsigned char byte) { return byte != 0; };
+      // All alike is found out fast: a database's record is long.
+      const bool alike = memcmp(bytes, bytes + 1, found->second - 1) == 0;
+      const auto *first_set = alike && *bytes == 0 ? end : std::find_if(bytes, end, is_set);
+      records().zeros = static_cast<size_t>(first_set - bytes);
       records().live.erase(found);
     }
   }

@@ -371,10 +371,10 @@ class Model {
   void check_index() {
     const tty_db_category_type &category = db_.get()->categories[category_];
     tty_db_block_type *const *link = &category.first_block;
-    std::vector<const tty_db_block_type *> first(TTY_DB_NUM_BUCKETS);
+    std::vector<tty_db_block_type *> first(TTY_DB_NUM_BUCKETS);
     std::vector<bool> reserved(TTY_PORT_MAX + 1);
     for (; *link != nullptr; link = &(*link)->next_block) {
-      const tty_db_block_type *block = *link;
+      tty_db_block_type *block = *link;
       EXPECT_EQ(block->link, link);
       for (uint32_t id = block->details.first_tty; id < tty_db_block_end(block); ++id) {
         reserved[id] = true;
@@ -382,14 +382,15 @@ class Model {
       }
     }
     EXPECT_EQ(category.tail, category.first_block != nullptr ? link : nullptr);
-    for (uint32_t bucket = 0; bucket < TTY_DB_NUM_BUCKETS; ++bucket) {
-      ASSERT_EQ(category.buckets[bucket], first[bucket]) << bucket;
-    }
+    EXPECT_TRUE(std::equal(first.begin(), first.end(), category.buckets));
+    std::vector<tty_db_tty_type *> entries(TTY_PORT_MAX + 1);
+    for (const auto &line : lines()) entries[line.first] = line.second.tty;
     for (uint32_t id = 0; id <= TTY_PORT_MAX; ++id) {
-      const auto line = lines().find(id);
-      ASSERT_EQ(category.entries[id], line != lines().end() ? line->second.tty : nullptr) << id;
-      ASSERT_EQ(category.registered.has(id), line != lines().end()) << id;
-      ASSERT_EQ(category.reserved.has(id), reserved[id]) << id;
+      if (category.entries[id] == entries[id] && category.reserved.has(id) == reserved[id] &&
+          category.registered.has(id) == (entries[id] != nullptr)) {
+        continue;
+      }
+      ADD_FAILURE() << "index of id " << id;
     }
   }
 
