@@ -24,8 +24,8 @@ void run() {
     entry.create<unsigned>(kErrors) = 3;
   }  // given back here
 
-  for (const ttydb::line line : db.lines()) {
-    const auto entry = db.retrieve_line<port>(line.category, line.id);
+  for (const ttydb::position line : db.lines()) {
+    const auto entry = db.retrieve_line<port>(line);
     std::cout << "line " << line.id << ": " << entry->baud << " baud";
     if (const auto *errors = entry.find<unsigned>(kErrors))
       std::cout << ", " << *errors << " errors";

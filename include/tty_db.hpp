@@ -8,16 +8,19 @@
  *
  *     ttydb::database db(ttydb::options::all);
  *     db.register_line<port>(1, 7)->baud = 9600;        // unlocked at the end of the statement
- *     for (ttydb::line line : db.lines()) {
- *       auto entry = db.retrieve_line<port>(line.category, line.id);
- *       if (entry->baud == 9600) entry.create<int>(1) = 42;
+ *     for (ttydb::position line : db.lines()) {
+ *       auto entry = db.retrieve_line<port>(line);
+ *       if (entry->baud == 9600) db.deregister_line(std::move(entry));
  *     }
  *     std::error_code ec;
  *     db.deregister_line(1, 80, ec);                    // ec == ttydb::errc::no_block
  *
- * Every operation that can fail has two forms, as in std::filesystem: the one that takes a
- * std::error_code is noexcept and reports there; the other throws std::system_error.  Code compiled
- * without exceptions has both too, but there a failure of the second form ends the process.
+ * Every operation that can fail has two forms, as in std::filesystem: with a std::error_code as its
+ * last argument it is noexcept and reports there; without one it throws std::system_error.  The
+ * parameter pack `ec` at the end of an operation stands for both.  Code compiled without exceptions
+ * has both too, but there a failure of the second form ends the process.
+ *
+ * A line is named by a position, or by its category and id as two arguments.
  *
  * A handle that has been moved from, or that a failed operation returned, is empty: it owns
  * nothing, its destructor does nothing, and an operation on it gives errc::invalid_argument.
@@ -29,6 +32,7 @@
 #include <cstdint>
 #include <exception>
 #include <iterator>
+#include <memory>
 #include <string>
 #include <system_error>
 #include <type_traits>
@@ -78,35 +82,29 @@ class category_type final : public std::error_category {
   const char* name() const noexcept override { return "tty_db"; }
 
   std::string message(int value) const override {
-    switch (static_cast<errc>(value)) {
-      case errc::no_memory:
-        return "out of memory";
-      case errc::invalid_argument:
-        return "invalid argument";
-      case errc::wrong_mode:
-        return "the database manages its blocks by itself";
-      case errc::lock_failed:
-        return "a lock could not be obtained";
-      case errc::lock_init:
-        return "a lock could not be created";
-      case errc::no_block:
-        return "no such block";
-      case errc::overlap:
-        return "the range overlaps another block";
-      case errc::item_exists:
-        return "an item with this key exists already";
-      case errc::tty_exists:
-        return "the line is registered already";
-      case errc::no_more:
-        return "no further line";
-      case errc::no_item:
-        return "no item with this key";
-      case errc::not_registered:
-        return "the line is not registered";
-      case errc::ttys_registered:
-        return "lines are registered in the range to be given up";
+    constexpr struct {
+      errc code;
+      const char* text;
+    } messages[] = {
+        {errc{}, "success"},
+        {errc::no_memory, "out of memory"},
+        {errc::invalid_argument, "invalid argument"},
+        {errc::wrong_mode, "the database manages its blocks by itself"},
+        {errc::lock_failed, "a lock could not be obtained"},
+        {errc::lock_init, "a lock could not be created"},
+        {errc::no_block, "no such block"},
+        {errc::overlap, "the range overlaps another block"},
+        {errc::item_exists, "an item with this key exists already"},
+        {errc::tty_exists, "the line is registered already"},
+        {errc::no_more, "no further line"},
+        {errc::no_item, "no item with this key"},
+        {errc::not_registered, "the line is not registered"},
+        {errc::ttys_registered, "lines are registered in the range to be given up"},
+    };
+    for (const auto& message : messages) {
+      if (message.code == static_cast<errc>(value)) return message.text;
     }
-    return value == 0 ? "success" : "unknown result code";
+    return "unknown result code";
   }
 
   std::error_condition default_error_condition(int value) const noexcept override {
@@ -147,6 +145,10 @@ inline std::error_code make_error_code(errc code) noexcept {
 
 namespace detail {
 
+/* Whether an operation with these arguments at its end is the form that reports. */
+template <class... Ec>
+inline constexpr bool reports = sizeof...(Ec) == 1;
+
 [[noreturn, gnu::cold, gnu::noinline]] inline void raise(std::uint32_t result,
                                                          const char* operation) {
 #if defined(__cpp_exceptions)
@@ -158,12 +160,14 @@ namespace detail {
 #endif
 }
 
-inline void check(std::uint32_t result, const char* operation) {
+/* Each says whether the operation has succeeded, if it returns. */
+inline bool check(std::uint32_t result, const char* operation) {
   if (result != 0) raise(result, operation);
+  return true;
 }
 
 /* Success leaves a clear code alone: std::error_code::clear is a call into the C++ library. */
-inline bool check(std::uint32_t result, std::error_code& ec) noexcept {
+inline bool check(std::uint32_t result, const char* /*operation*/, std::error_code& ec) noexcept {
   if (result != 0) {
     ec = static_cast<errc>(result);
   } else if (ec) {
@@ -197,6 +201,16 @@ constexpr void assert_item() noexcept {
   static_assert(alignof(T) <= alignof(std::max_align_t), "an item is aligned as by malloc");
 }
 
+/* How the owning handles end what they own. */
+struct unlock {
+  tty_db_type* db_h = nullptr;
+  void operator()(tty_db_tty_type* tty) const noexcept { tty_db_tty_unlock(db_h, tty); }
+};
+struct end {
+  void operator()(tty_db_iterator_type* iterator) const noexcept { tty_db_iterate_end(iterator); }
+  void operator()(tty_db_type* db_h) const noexcept { tty_db_destroy(db_h); }
+};
+
 }  // namespace detail
 
 /** Options of a database, fixed at its creation; combine them with `|`. */
@@ -218,25 +232,30 @@ enum class implicit_dereg : std::uint32_t {
   refuse = TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG, /**< if there are any, the operation fails */
 };
 
-/** The position of a line. */
-struct line {
+/** Where a line is registered, or may be. */
+struct position {
   std::uint32_t category;
   std::uint32_t id;
 
-  friend constexpr bool operator==(line left, line right) noexcept {
+  friend constexpr bool operator==(position left, position right) noexcept {
     return left.category == right.category && left.id == right.id;
   }
-  friend constexpr bool operator!=(line left, line right) noexcept { return !(left == right); }
-  /** The order in which a range yields lines: by category, then id. */
-  friend constexpr bool operator<(line left, line right) noexcept {
+  friend constexpr bool operator!=(position left, position right) noexcept {
+    return !(left == right);
+  }
+  /** The order in which a range yields positions: by category, then id. */
+  friend constexpr bool operator<(position left, position right) noexcept {
     return left.category != right.category ? left.category < right.category : left.id < right.id;
   }
 };
 
+/** Another name of position. */
+using line = position;
+
 /** The first position that a line can have. */
-inline constexpr line first_line{TTY_CATEGORY_MIN, 0};
+inline constexpr position first_position{TTY_CATEGORY_MIN, 0};
 /** The last position that a line can have. */
-inline constexpr line last_line{TTY_CATEGORY_MAX, TTY_PORT_MAX};
+inline constexpr position last_position{TTY_CATEGORY_MAX, TTY_PORT_MAX};
 
 /** How much a database holds, over all categories. */
 struct counts {
@@ -263,62 +282,52 @@ class entry {
   /** An empty guard. */
   entry() noexcept { detail::assert_record<Record>(); }
   /** Takes charge of an entry that a C operation handed out. */
-  entry(tty_db_type* db_h, tty_db_tty_type* tty) noexcept : db_(db_h), tty_(tty) {
+  entry(tty_db_type* db_h, ttydb::position at, tty_db_tty_type* tty) noexcept
+      : tty_(tty, {db_h}), at_(at) {
     detail::assert_record<Record>();
   }
-  entry(entry&& other) noexcept : db_(other.db_), tty_(std::exchange(other.tty_, nullptr)) {}
-  entry& operator=(entry&& other) noexcept {
-    if (this != &other) {
-      unlock();
-      db_ = other.db_;
-      tty_ = std::exchange(other.tty_, nullptr);
-    }
-    return *this;
-  }
-  entry(const entry&) = delete;
-  entry& operator=(const entry&) = delete;
-  ~entry() { unlock(); }
 
   /** Whether the guard holds an entry. */
   explicit operator bool() const noexcept { return tty_ != nullptr; }
   /** The caller's record; the guard must hold an entry. */
   Record& operator*() const noexcept { return *operator->(); }
-  Record* operator->() const noexcept { return reinterpret_cast<Record*>(tty_); }
+  Record* operator->() const noexcept { return reinterpret_cast<Record*>(tty_.get()); }
+  /** The line's position. */
+  ttydb::position position() const noexcept { return at_; }
   /** The entry for C operations; still held by the guard. */
-  tty_db_tty_type* native_handle() const noexcept { return tty_; }
+  tty_db_tty_type* native_handle() const noexcept { return tty_.get(); }
 
   /** Gives the entry back now. */
-  void unlock() noexcept {
-    if (tty_ != nullptr) tty_db_tty_unlock(db_, std::exchange(tty_, nullptr));
-  }
-  /** Forgets the entry without giving it back: the caller unlocks it, or has deregistered the line.
-   */
-  tty_db_tty_type* release() noexcept { return std::exchange(tty_, nullptr); }
+  void unlock() noexcept { tty_.reset(); }
+  /** Forgets the entry without giving it back, which is then up to the caller. */
+  tty_db_tty_type* release() noexcept { return tty_.release(); }
 
   /**
    * Hangs a new item on the entry: `count` consecutive values of T, all bytes zero.
    * The values live until the item is destroyed or the line deregistered.
    * @return the first of them; null on failure
    */
-  template <class T>
-  T* create_array(std::uint32_t key, std::size_t count, std::error_code& ec) const noexcept {
+  template <class T, class... Ec>
+  T* create_array(std::uint32_t key, std::size_t count, Ec&... ec) const
+      noexcept(detail::reports<Ec...>) {
+    detail::assert_item<T>();
     void* item = nullptr;
-    detail::check(create_bytes<T>(key, count, &item), ec);
-    return static_cast<T*>(item);
-  }
-  template <class T>
-  T* create_array(std::uint32_t key, std::size_t count) const {
-    void* item = nullptr;
-    detail::check(create_bytes<T>(key, count, &item), "tty_db_item_create");
+    const bool fits = count <= SIZE_MAX / sizeof(T);
+    detail::check(fits ? tty_db_item_create(native_handle(), key, count * sizeof(T), &item)
+                       : TTY_DB_ERR_NO_MEMORY,
+                  "tty_db_item_create", ec...);
     return static_cast<T*>(item);
   }
 
-  /** Hangs a new item on the entry, one T with all bytes zero.  @return the item; null on failure
+  /**
+   * Hangs a new item on the entry, one T with all bytes zero.
+   * @return the item; the form that reports has null on failure
    */
   template <class T>
   T* create(std::uint32_t key, std::error_code& ec) const noexcept {
     return create_array<T>(key, 1, ec);
   }
+  /** @overload */
   template <class T>
   T& create(std::uint32_t key) const {
     return *create_array<T>(key, 1);
@@ -326,50 +335,47 @@ class entry {
 
   /**
    * Finds an item by its key, of the type that it was created with: the library does not know it.
-   * @return the item, of an array the first value; null on failure
+   * @return the item, of an array the first value; the form that reports has null on failure
    */
   template <class T>
   T* get(std::uint32_t key, std::error_code& ec) const noexcept {
-    void* item = nullptr;
-    detail::check(get_bytes<T>(key, &item), ec);
-    return static_cast<T*>(item);
+    return get_array<T>(key, ec);
   }
+  /** @overload */
   template <class T>
   T& get(std::uint32_t key) const {
-    void* item = nullptr;
-    detail::check(get_bytes<T>(key, &item), "tty_db_item_get");
-    return *static_cast<T*>(item);
+    return *get_array<T>(key);
   }
+
   /** As get, where it is no failure that there is no such item.  @return the item or null */
   template <class T>
   T* find(std::uint32_t key) const noexcept {
+    detail::assert_item<T>();
     void* item = nullptr;
-    return get_bytes<T>(key, &item) == 0 ? static_cast<T*>(item) : nullptr;
+    tty_db_item_get(native_handle(), key, &item);
+    return static_cast<T*>(item);
   }
 
   /** Frees an item with its data. */
-  void destroy(std::uint32_t key, std::error_code& ec) const noexcept {
-    detail::check(tty_db_item_destroy(tty_, key), ec);
-  }
-  void destroy(std::uint32_t key) const {
-    detail::check(tty_db_item_destroy(tty_, key), "tty_db_item_destroy");
+  template <class... Ec>
+  void destroy(std::uint32_t key, Ec&... ec) const noexcept(detail::reports<Ec...>) {
+    detail::check(tty_db_item_destroy(native_handle(), key), "tty_db_item_destroy", ec...);
   }
 
  private:
-  template <class T>
-  std::uint32_t create_bytes(std::uint32_t key, std::size_t count, void** item) const noexcept {
-    detail::assert_item<T>();
-    if (count > SIZE_MAX / sizeof(T)) return TTY_DB_ERR_NO_MEMORY;
-    return tty_db_item_create(tty_, key, count * sizeof(T), item);
-  }
-  template <class T>
-  std::uint32_t get_bytes(std::uint32_t key, void** item) const noexcept {
-    detail::assert_item<T>();
-    return tty_db_item_get(tty_, key, item);
-  }
+  friend class database;
 
-  tty_db_type* db_ = nullptr;
-  tty_db_tty_type* tty_ = nullptr;
+  template <class T, class... Ec>
+  T* get_array(std::uint32_t key, Ec&... ec) const noexcept(detail::reports<Ec...>) {
+    detail::assert_item<T>();
+    void* item = nullptr;
+    detail::check(tty_db_item_get(native_handle(), key, &item), "tty_db_item_get", ec...);
+    return static_cast<T*>(item);
+  }
+  bool held_in(tty_db_type* db_h) const noexcept { return tty_ && tty_.get_deleter().db_h == db_h; }
+
+  std::unique_ptr<tty_db_tty_type, detail::unlock> tty_;
+  ttydb::position at_{};
 };
 
 /**
@@ -392,54 +398,42 @@ class block {
   friend bool operator!=(block left, block right) noexcept { return !(left == right); }
 
   /** Gives the block a new range of ids; lines at ids of both ranges stay. */
-  void resize(std::uint32_t first_id, std::uint32_t count, implicit_dereg dereg,
-              std::error_code& ec) const noexcept {
-    detail::check(resize_to(first_id, count, dereg), ec);
-  }
+  template <class... Ec>
   void resize(std::uint32_t first_id, std::uint32_t count,
-              implicit_dereg dereg = implicit_dereg::allow) const {
-    detail::check(resize_to(first_id, count, dereg), "tty_db_block_resize");
+              implicit_dereg dereg = implicit_dereg::allow, Ec&... ec) const
+      noexcept(detail::reports<Ec...>) {
+    detail::check(
+        tty_db_block_resize(db_, block_, first_id, count, static_cast<std::uint32_t>(dereg)),
+        "tty_db_block_resize", ec...);
   }
 
   /** Ends the block.  On success this refers to no block, and copies of it must not be used. */
-  void release(implicit_dereg dereg, std::error_code& ec) noexcept {
-    detail::check(end_block(dereg), ec);
-  }
-  void release(implicit_dereg dereg = implicit_dereg::allow) {
-    detail::check(end_block(dereg), "tty_db_block_release");
+  template <class... Ec>
+  void release(implicit_dereg dereg = implicit_dereg::allow,
+               Ec&... ec) noexcept(detail::reports<Ec...>) {
+    if (detail::check(tty_db_block_release(db_, block_, static_cast<std::uint32_t>(dereg)),
+                      "tty_db_block_release", ec...)) {
+      block_ = nullptr;
+    }
   }
 
   /** The block's details as they are now; all zeros on failure. */
-  block_details details(std::error_code& ec) const noexcept {
-    block_details details{};
-    detail::check(tty_db_block_details_from_handle(db_, block_, &details), ec);
-    return details;
-  }
-  block_details details() const {
+  template <class... Ec>
+  block_details details(Ec&... ec) const noexcept(detail::reports<Ec...>) {
     block_details details{};
     detail::check(tty_db_block_details_from_handle(db_, block_, &details),
-                  "tty_db_block_details_from_handle");
+                  "tty_db_block_details_from_handle", ec...);
     return details;
   }
 
  private:
-  std::uint32_t resize_to(std::uint32_t first_id, std::uint32_t count,
-                          implicit_dereg dereg) const noexcept {
-    return tty_db_block_resize(db_, block_, first_id, count, static_cast<std::uint32_t>(dereg));
-  }
-  std::uint32_t end_block(implicit_dereg dereg) noexcept {
-    const std::uint32_t result =
-        tty_db_block_release(db_, block_, static_cast<std::uint32_t>(dereg));
-    if (result == 0) block_ = nullptr;
-    return result;
-  }
-
   tty_db_type* db_ = nullptr;
   tty_db_block_type* block_ = nullptr;
 };
 
 /**
- * The registered lines from one position to another, both inclusive, for a range-based `for`.
+ * The positions of the registered lines from one to another, both inclusive, for a range-based
+ * `for`.
  *
  * Single pass: the lines are found while the iterator advances, each time in the database as it is
  * then, and begin() continues where the range has got to.  No lock is kept between two lines.
@@ -448,24 +442,24 @@ class block {
  */
 class line_range {
  public:
-  /** An input iterator over lines; any that has reached the end equals a default-constructed one.
-   */
+  /** An input iterator over positions; one that has reached the end equals a default-constructed
+   * one. */
   class iterator {
    public:
     using iterator_category = std::input_iterator_tag;
-    using value_type = line;
+    using value_type = position;
     using difference_type = std::ptrdiff_t;
-    using pointer = const line*;
-    using reference = const line&;
+    using pointer = const position*;
+    using reference = const position&;
 
     /** The end of every range. */
     iterator() noexcept = default;
 
-    reference operator*() const noexcept { return line_; }
-    pointer operator->() const noexcept { return &line_; }
+    reference operator*() const noexcept { return at_; }
+    pointer operator->() const noexcept { return &at_; }
     /** Advances; a failure throws, or ends the range if that was given an error code. */
     iterator& operator++() {
-      if (!range_->advance(line_)) range_ = nullptr;
+      if (!range_->advance(at_)) range_ = nullptr;
       return *this;
     }
     iterator operator++(int) {
@@ -486,32 +480,23 @@ class line_range {
     explicit iterator(line_range* range) : range_(range) { ++*this; }
 
     line_range* range_ = nullptr;
-    line line_{};
+    position at_{};
   };
 
   /** An empty range. */
   line_range() noexcept = default;
-  /** @param ec  where this and every advance reports a failure, which ends the range; outlives it
-   */
-  line_range(tty_db_type* db_h, line first, line last, std::error_code& ec) noexcept : ec_(&ec) {
-    detail::check(start(db_h, first, last), ec);
+  /** An error code is where this and every advance reports a failure, which ends the range; it
+   * outlives the range. */
+  template <class... Ec>
+  line_range(tty_db_type* db_h, position first, position last,
+             Ec&... ec) noexcept(detail::reports<Ec...>)
+      : ec_{&ec...} {
+    tty_db_iterator_type* iterator_h = nullptr;
+    detail::check(
+        tty_db_iterate_start(db_h, first.category, first.id, last.category, last.id, &iterator_h),
+        "tty_db_iterate_start", ec...);
+    iterator_.reset(iterator_h);
   }
-  line_range(tty_db_type* db_h, line first, line last) {
-    detail::check(start(db_h, first, last), "tty_db_iterate_start");
-  }
-  line_range(line_range&& other) noexcept
-      : iterator_(std::exchange(other.iterator_, nullptr)), ec_(other.ec_) {}
-  line_range& operator=(line_range&& other) noexcept {
-    if (this != &other) {
-      end_iterator();
-      iterator_ = std::exchange(other.iterator_, nullptr);
-      ec_ = other.ec_;
-    }
-    return *this;
-  }
-  line_range(const line_range&) = delete;
-  line_range& operator=(const line_range&) = delete;
-  ~line_range() { end_iterator(); }
 
   /** The next line of the range; a failure is treated as by the iterator's `++`. */
   iterator begin() { return iterator(this); }
@@ -519,23 +504,15 @@ class line_range {
   iterator end() const noexcept { return {}; }
 
  private:
-  std::uint32_t start(tty_db_type* db_h, line first, line last) noexcept {
-    return tty_db_iterate_start(db_h, first.category, first.id, last.category, last.id, &iterator_);
-  }
-  void end_iterator() noexcept {
-    if (iterator_ != nullptr) tty_db_iterate_end(iterator_);
-  }
-
-  bool advance(line& next) {
-    if (iterator_ == nullptr) return false;
-    const std::uint32_t result = tty_db_iterate_next(iterator_, &next.category, &next.id);
+  bool advance(position& next) {
+    if (!iterator_) return false;
+    const std::uint32_t result = tty_db_iterate_next(iterator_.get(), &next.category, &next.id);
     if (result == TTY_DB_ERR_NO_MORE) return false;
-    if (ec_ != nullptr) return detail::check(result, *ec_);
-    detail::check(result, "tty_db_iterate_next");
-    return true;
+    return ec_ != nullptr ? detail::check(result, "tty_db_iterate_next", *ec_)
+                          : detail::check(result, "tty_db_iterate_next");
   }
 
-  tty_db_iterator_type* iterator_ = nullptr;
+  std::unique_ptr<tty_db_iterator_type, detail::end> iterator_;
   std::error_code* ec_ = nullptr;
 };
 
@@ -547,161 +524,163 @@ class database {
   /** Takes ownership of a database made in C. */
   explicit database(tty_db_type* db_h) noexcept : db_(db_h) {}
   /** Creates an empty database. */
-  database(options opts, std::error_code& ec) noexcept {
-    detail::check(tty_db_create(static_cast<std::uint32_t>(opts), &db_), ec);
+  template <class... Ec>
+  explicit database(options opts, Ec&... ec) noexcept(detail::reports<Ec...>) {
+    tty_db_type* db_h = nullptr;
+    detail::check(tty_db_create(static_cast<std::uint32_t>(opts), &db_h), "tty_db_create", ec...);
+    db_.reset(db_h);
   }
-  explicit database(options opts) {
-    detail::check(tty_db_create(static_cast<std::uint32_t>(opts), &db_), "tty_db_create");
-  }
-  database(database&& other) noexcept : db_(std::exchange(other.db_, nullptr)) {}
-  database& operator=(database&& other) noexcept {
-    if (this != &other) {
-      destroy_unchecked();
-      db_ = std::exchange(other.db_, nullptr);
-    }
-    return *this;
-  }
-  database(const database&) = delete;
-  database& operator=(const database&) = delete;
-  /** Destroys the database, or, if its lock cannot be had, leaves it behind: see destroy. */
-  ~database() { destroy_unchecked(); }
 
   /** Whether this is a database. */
   explicit operator bool() const noexcept { return db_ != nullptr; }
   /** The database for C operations; still owned by this object. */
-  tty_db_type* native_handle() const noexcept { return db_; }
+  tty_db_type* native_handle() const noexcept { return db_.get(); }
   /** Gives up ownership. */
-  tty_db_type* release() noexcept { return std::exchange(db_, nullptr); }
+  tty_db_type* release() noexcept { return db_.release(); }
 
-  /** Destroys the database now; after a failure it is as it was, and still owned. */
-  void destroy(std::error_code& ec) noexcept {
-    if (detail::check(tty_db_destroy(db_), ec)) db_ = nullptr;
-  }
-  void destroy() {
-    detail::check(tty_db_destroy(db_), "tty_db_destroy");
-    db_ = nullptr;
+  /**
+   * Destroys the database now; after a failure it is as it was, and still owned.  The destructor
+   * leaves a database behind whose lock cannot be had.
+   */
+  template <class... Ec>
+  void destroy(Ec&... ec) noexcept(detail::reports<Ec...>) {
+    if (detail::check(tty_db_destroy(native_handle()), "tty_db_destroy", ec...)) {
+      static_cast<void>(db_.release());
+    }
   }
 
   /** How many blocks and registered lines the database holds; zeros on failure. */
-  ttydb::counts counts(std::error_code& ec) const noexcept {
+  template <class... Ec>
+  ttydb::counts counts(Ec&... ec) const noexcept(detail::reports<Ec...>) {
     ttydb::counts counts{};
-    detail::check(tty_db_get_details(db_, &counts.blocks, &counts.lines), ec);
-    return counts;
-  }
-  ttydb::counts counts() const {
-    ttydb::counts counts{};
-    detail::check(tty_db_get_details(db_, &counts.blocks, &counts.lines), "tty_db_get_details");
+    detail::check(tty_db_get_details(native_handle(), &counts.blocks, &counts.lines),
+                  "tty_db_get_details", ec...);
     return counts;
   }
 
   /** Registers a line.  @return its new entry, zero-filled behind its head; empty on failure */
-  template <class Record>
-  [[nodiscard]] entry<Record> register_line(std::uint32_t category, std::uint32_t id,
-                                            std::error_code& ec) noexcept {
+  template <class Record, class... Ec>
+  entry<Record> register_line(position at, Ec&... ec) noexcept(detail::reports<Ec...>) {
     tty_db_tty_type* tty = nullptr;
-    if (!detail::check(tty_db_tty_register(db_, category, id, sizeof(Record), &tty), ec)) return {};
-    return {db_, tty};
+    detail::check(tty_db_tty_register(native_handle(), at.category, at.id, sizeof(Record), &tty),
+                  "tty_db_tty_register", ec...);
+    return {native_handle(), at, tty};
   }
-  template <class Record>
-  entry<Record> register_line(std::uint32_t category, std::uint32_t id) {
-    tty_db_tty_type* tty = nullptr;
-    detail::check(tty_db_tty_register(db_, category, id, sizeof(Record), &tty),
-                  "tty_db_tty_register");
-    return {db_, tty};
+  /** @overload */
+  template <class Record, class... Ec>
+  entry<Record> register_line(std::uint32_t category, std::uint32_t id,
+                              Ec&... ec) noexcept(detail::reports<Ec...>) {
+    return register_line<Record>(position{category, id}, ec...);
   }
 
   /** Hands out the entry of a registered line; an empty guard on failure. */
-  template <class Record>
+  template <class Record, class... Ec>
+  [[nodiscard]] entry<Record> retrieve_line(position at, Ec&... ec) const
+      noexcept(detail::reports<Ec...>) {
+    tty_db_tty_type* tty = nullptr;
+    const std::uint32_t result = tty_db_tty_retrieve(native_handle(), at.category, at.id, &tty);
+    if (!detail::check(result, "tty_db_tty_retrieve", ec...)) return {};
+    return {native_handle(), at, tty};
+  }
+  /** @overload */
+  template <class Record, class... Ec>
   [[nodiscard]] entry<Record> retrieve_line(std::uint32_t category, std::uint32_t id,
-                                            std::error_code& ec) const noexcept {
-    tty_db_tty_type* tty = nullptr;
-    if (!detail::check(tty_db_tty_retrieve(db_, category, id, &tty), ec)) return {};
-    return {db_, tty};
-  }
-  template <class Record>
-  [[nodiscard]] entry<Record> retrieve_line(std::uint32_t category, std::uint32_t id) const {
-    tty_db_tty_type* tty = nullptr;
-    detail::check(tty_db_tty_retrieve(db_, category, id, &tty), "tty_db_tty_retrieve");
-    return {db_, tty};
+                                            Ec&... ec) const noexcept(detail::reports<Ec...>) {
+    return retrieve_line<Record>(position{category, id}, ec...);
   }
 
   /**
-   * Deregisters a line, with its entry and its items.  If this thread holds the entry, its guard
-   * must forget it afterwards: entry::release.
+   * Deregisters the line whose entry this thread holds, and empties the guard; after a failure that
+   * holds the entry still.
    */
-  void deregister_line(std::uint32_t category, std::uint32_t id, std::error_code& ec) noexcept {
-    detail::check(tty_db_tty_deregister(db_, category, id), ec);
+  template <class Record, class... Ec>
+  void deregister_line(entry<Record>&& held, Ec&... ec) noexcept(detail::reports<Ec...>) {
+    const std::uint32_t result =
+        held.held_in(native_handle())
+            ? tty_db_tty_deregister(native_handle(), held.at_.category, held.at_.id)
+            : TTY_DB_ERR_INVALID_ARG;
+    if (detail::check(result, "tty_db_tty_deregister", ec...)) held.release();
   }
-  void deregister_line(std::uint32_t category, std::uint32_t id) {
-    detail::check(tty_db_tty_deregister(db_, category, id), "tty_db_tty_deregister");
+  /**
+   * Deregisters a line, with its entry and its items, when its holder has given it back.  Not for a
+   * thread with a guard of that entry, which would outlive it: give the guard instead.
+   */
+  template <class... Ec>
+  void deregister_line(position at, Ec&... ec) noexcept(detail::reports<Ec...>) {
+    detail::check(tty_db_tty_deregister(native_handle(), at.category, at.id),
+                  "tty_db_tty_deregister", ec...);
+  }
+  /** @overload */
+  template <class... Ec>
+  void deregister_line(std::uint32_t category, std::uint32_t id,
+                       Ec&... ec) noexcept(detail::reports<Ec...>) {
+    deregister_line(position{category, id}, ec...);
   }
 
   /**
-   * Reserves the ids first_id .. first_id + count - 1 of a category as a block.
+   * Reserves `count` ids of a category, from `first` on, as a block.
    * @param tag  a string to find the block by, which is copied, or null
    * @param ctx  any value, handed back in the block's details
    */
-  block reserve_block(std::uint32_t category, std::uint32_t first_id, std::uint32_t count,
-                      const char* tag, std::uintptr_t ctx, std::error_code& ec) noexcept {
+  template <class... Ec>
+  block reserve_block(position first, std::uint32_t count, const char* tag = nullptr,
+                      std::uintptr_t ctx = 0, Ec&... ec) noexcept(detail::reports<Ec...>) {
     tty_db_block_type* block_h = nullptr;
-    detail::check(tty_db_block_reserve(db_, category, first_id, count, tag, ctx, &block_h), ec);
-    return {db_, block_h};
+    detail::check(
+        tty_db_block_reserve(native_handle(), first.category, first.id, count, tag, ctx, &block_h),
+        "tty_db_block_reserve", ec...);
+    return {native_handle(), block_h};
   }
+  /** @overload */
+  template <class... Ec>
   block reserve_block(std::uint32_t category, std::uint32_t first_id, std::uint32_t count,
-                      const char* tag = nullptr, std::uintptr_t ctx = 0) {
-    tty_db_block_type* block_h = nullptr;
-    detail::check(tty_db_block_reserve(db_, category, first_id, count, tag, ctx, &block_h),
-                  "tty_db_block_reserve");
-    return {db_, block_h};
+                      const char* tag = nullptr, std::uintptr_t ctx = 0,
+                      Ec&... ec) noexcept(detail::reports<Ec...>) {
+    return reserve_block(position{category, first_id}, count, tag, ctx, ec...);
   }
 
   /** The block that details are about. */
-  block block_of(const block_details& details) const noexcept { return {db_, details.block_h}; }
+  block block_of(const block_details& details) const noexcept {
+    return {native_handle(), details.block_h};
+  }
 
   /** The details of the block that holds an id, registered or not; all zeros on failure. */
-  block_details details_by_line(std::uint32_t category, std::uint32_t id,
-                                std::error_code& ec) const noexcept {
+  template <class... Ec>
+  block_details details_by_line(position at, Ec&... ec) const noexcept(detail::reports<Ec...>) {
     block_details details{};
-    detail::check(tty_db_block_details_from_tty(db_, category, id, &details), ec);
+    detail::check(tty_db_block_details_from_tty(native_handle(), at.category, at.id, &details),
+                  "tty_db_block_details_from_tty", ec...);
     return details;
   }
-  block_details details_by_line(std::uint32_t category, std::uint32_t id) const {
-    block_details details{};
-    detail::check(tty_db_block_details_from_tty(db_, category, id, &details),
-                  "tty_db_block_details_from_tty");
-    return details;
+  /** @overload */
+  template <class... Ec>
+  block_details details_by_line(std::uint32_t category, std::uint32_t id, Ec&... ec) const
+      noexcept(detail::reports<Ec...>) {
+    return details_by_line(position{category, id}, ec...);
   }
 
   /** The details of the first block with a tag, or for null the first without; zeros on failure. */
-  block_details details_by_tag(const char* tag, std::error_code& ec) const noexcept {
+  template <class... Ec>
+  block_details details_by_tag(const char* tag, Ec&... ec) const noexcept(detail::reports<Ec...>) {
     block_details details{};
-    detail::check(tty_db_block_details_from_tag(db_, tag, &details), ec);
-    return details;
-  }
-  block_details details_by_tag(const char* tag) const {
-    block_details details{};
-    detail::check(tty_db_block_details_from_tag(db_, tag, &details),
-                  "tty_db_block_details_from_tag");
+    detail::check(tty_db_block_details_from_tag(native_handle(), tag, &details),
+                  "tty_db_block_details_from_tag", ec...);
     return details;
   }
 
   /** The registered lines from `first` to `last`; see line_range for the error code. */
-  [[nodiscard]] line_range lines(line first, line last, std::error_code& ec) const noexcept {
-    return {db_, first, last, ec};
+  template <class... Ec>
+  [[nodiscard]] line_range lines(position first = first_position, position last = last_position,
+                                 Ec&... ec) const noexcept(detail::reports<Ec...>) {
+    return {native_handle(), first, last, ec...};
   }
+  /** @overload */
   [[nodiscard]] line_range lines(std::error_code& ec) const noexcept {
-    return lines(first_line, last_line, ec);
-  }
-  [[nodiscard]] line_range lines(line first = first_line, line last = last_line) const {
-    return {db_, first, last};
+    return lines(first_position, last_position, ec);
   }
 
  private:
-  void destroy_unchecked() noexcept {
-    if (db_ != nullptr) tty_db_destroy(db_);
-  }
-
-  tty_db_type* db_ = nullptr;
+  std::unique_ptr<tty_db_type, detail::end> db_;
 };
 
 }  // namespace ttydb

@@ -21,7 +21,8 @@ struct Port {
   unsigned baud;
 };
 static_assert(!ttydb::detail::begins_with_head<ttydb::block_details>::value);
-static_assert(sizeof(ttydb::entry<Port>) == 2 * sizeof(void*));
+static_assert(noexcept(ttydb::database().counts(std::declval<std::error_code&>())));
+static_assert(!noexcept(ttydb::database().counts()));
 static_assert(!std::is_copy_constructible_v<ttydb::entry<Port>>);
 static_assert(!std::is_copy_constructible_v<ttydb::database>);
 
@@ -39,7 +40,7 @@ void expect(errc code, Operation operation, int line = __builtin_LINE()) {
   }
 }
 
-using Positions = std::vector<ttydb::line>;
+using Positions = std::vector<ttydb::position>;
 
 Positions walk(ttydb::line_range range) { return {range.begin(), range.end()}; }
 
@@ -67,6 +68,7 @@ TEST(EmptyHandles, RefuseEveryOperation) {
   expect(bad, [&](auto&... ec) { EXPECT_FALSE(db.register_line<Port>(0, 0, ec...)); });
   expect(bad, [&](auto&... ec) { EXPECT_FALSE(db.retrieve_line<Port>(0, 0, ec...)); });
   expect(bad, [&](auto&... ec) { db.deregister_line(0, 0, ec...); });
+  expect(bad, [&](auto&... ec) { moved.deregister_line(std::move(entry), ec...); });
   expect(bad, [&](auto&... ec) { EXPECT_FALSE(db.reserve_block(0, 0, 1, nullptr, 0, ec...)); });
   expect(bad, [&](auto&... ec) { db.details_by_line(0, 0, ec...); });
   expect(bad, [&](auto&... ec) { db.details_by_tag("", ec...); });
@@ -104,15 +106,35 @@ TEST(Entries, AreHeldUntilTheirGuardEnds) {
   held.destroy(1);
   EXPECT_EQ(held.find<double>(1), nullptr);
 
-  db.deregister_line(1, 8);
-  held.release();
-  expect(errc::not_registered, [&](auto&... ec) { db.deregister_line(1, 8, ec...); });
+  held.unlock();
+  expect(errc::invalid_argument, [&](auto&... ec) { db.deregister_line(std::move(held), ec...); });
+}
+
+TEST(Entries, EndWithTheirLine) {
+  ttydb::database db(ttydb::options::all);
+  ttydb::database other(ttydb::options::all);
+  other.register_line<Port>(1, 7);
+  for (std::uint32_t id = 0; id < 10; ++id) db.register_line<Port>(1, id)->baud = id % 3;
+  for (const ttydb::position at : db.lines()) {
+    auto entry = db.retrieve_line<Port>(at);
+    EXPECT_EQ(entry.position(), at);
+    expect(errc::invalid_argument,
+           [&](auto&... ec) { other.deregister_line(std::move(entry), ec...); });
+    ASSERT_TRUE(entry) << "a failure leaves the entry with its guard";
+    if (entry->baud != 0) {
+      db.deregister_line(std::move(entry));
+      EXPECT_FALSE(entry);
+      expect(errc::not_registered, [&](auto&... ec) { db.deregister_line(at, ec...); });
+    }
+  }
+  EXPECT_EQ(walk(db.lines()), (Positions{{1, 0}, {1, 3}, {1, 6}, {1, 9}}));
+  EXPECT_EQ(other.counts().lines, 1U);
 }
 
 TEST(Ranges, YieldTheLinesBetweenTwoPositions) {
   ttydb::database db(ttydb::options::all);
   const Positions all = {{0, 3}, {0, TTY_PORT_MAX}, {1, 0}, {5, TTY_PORT_MAX}};
-  for (const ttydb::line line : all) db.register_line<Port>(line.category, line.id);
+  for (const ttydb::position at : all) db.register_line<Port>(at);
   EXPECT_EQ(walk(db.lines()), all);
   EXPECT_EQ(walk(db.lines({0, 4}, {1, 0})), Positions(all.begin() + 1, all.begin() + 3));
 
@@ -129,7 +151,7 @@ TEST(Ranges, YieldTheLinesBetweenTwoPositions) {
 
 TEST(Blocks, AreReservedResizedFoundAndReleased) {
   ttydb::database db(ttydb::options::lock_entries);
-  ttydb::block block = db.reserve_block(2, 10, 5, "usb", 77);
+  ttydb::block block = db.reserve_block({2, 10}, 5, "usb", 77);
   expect(errc::overlap, [&](auto&... ec) { db.reserve_block(2, 14, 1, nullptr, 0, ec...); });
   db.register_line<Port>(2, 14);
   expect(errc::ttys_registered, [&](auto&... ec) { block.resize(8, 5, dereg::refuse, ec...); });
@@ -137,7 +159,7 @@ TEST(Blocks, AreReservedResizedFoundAndReleased) {
   block.resize(8, 5);
   EXPECT_EQ(block.details().first_tty, 8U);
   EXPECT_EQ(db.details_by_tag("usb").ctx, 77U);
-  EXPECT_EQ(db.block_of(db.details_by_line(2, 12)), block);
+  EXPECT_EQ(db.block_of(db.details_by_line({2, 12})), block);
   EXPECT_EQ(db.counts().blocks, 1U);
   block.release();
   EXPECT_FALSE(block);
