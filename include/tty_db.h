@@ -11,19 +11,33 @@
  * tty_db_tty_type; the rest belongs to the caller, who also hangs keyed items on it.  An iterator
  * walks the registered lines in order of category, then id.
  *
- * Results.  Every operation that can fail returns a result code: 0 is success and the only success.
- * A failed operation changes nothing but the outputs that its comment names.  Unless a comment says
+ * @par Results
+ * Every operation that can fail returns a result code: 0 is success and the only success.  A failed
+ * operation changes nothing but the outputs that its comment names.  Unless a comment says
  * otherwise, an argument check that fails gives TTY_DB_ERR_INVALID_ARG, before any lock is touched.
  *
- * Threads.  Any number of threads call any operation at once.  A database has one reader-writer
- * lock: an operation that reads waits for it as long as it takes; one that writes tries ten times,
- * 20 ms apart, then gives up with TTY_DB_ERR_LOCK_FAILED.  An entry has a mutex of its own, which
+ * @par Threads
+ * Any number of threads call any operation at once.  A database has one reader-writer lock: an
+ * operation that reads waits for it as long as it takes; one that writes tries ten times, 20 ms
+ * apart, then gives up with TTY_DB_ERR_LOCK_FAILED.  An entry has a mutex of its own, which
  * registration and retrieval take for the caller (TTY_DB_OPT_LOCK_ENTRIES) and tty_db_tty_unlock
  * gives back.  Deregistering a line waits for the thread that holds its entry, and while it waits
- * every other operation on the database waits too, or fails to get the lock: a thread that holds an
- * entry must not wait for another thread that is inside the database.
+ * every other operation on the database waits too, or fails to get the lock.  So a thread that
+ * holds an entry must not wait for another thread that is inside the database; and to call any
+ * operation that takes the database's lock, if only to read, is to wait for a thread inside it.
  *
- * Fatal errors.  A lock that cannot be released ends the process, after a system message.
+ * @par Threads that end
+ * An entry stays held when its holder ends without giving it back: from then on whoever asks for
+ * it, or deregisters its line, waits for ever.  A thread that may be cancelled therefore needs a
+ * clean-up handler while it holds one.  With deferred cancellation no operation leaves a lock
+ * behind: none is a cancellation point while it holds a lock.
+ *
+ * @par fork
+ * A child may create and use databases of its own.  Of a database that it has inherited it may use
+ * nothing, unless at the fork no other thread was inside it and no thread held an entry of it.
+ *
+ * @par Fatal errors
+ * A lock that cannot be released ends the process, after a system message.
  */
 #ifndef TTY_DB_H
 #define TTY_DB_H
@@ -173,8 +187,9 @@ TTY_DB_API uint32_t tty_db_block_reserve(tty_db_type *db_h, uint32_t category, u
  * @param db_h the database
  * @param block_h a live block of this database; taken on trust, but for NULL
  * @param options 0, or TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG to be refused if the block has lines
- * @return 0: the handle is dead; TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_WRONG_MODE,
- *   TTY_DB_ERR_LOCK_FAILED or TTY_DB_ERR_TTYS_REGISTERED: the block is as it was.
+ * @return 0: the handle is dead, if it is one of this database (of any other, 0 tells nothing);
+ *   TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_WRONG_MODE, TTY_DB_ERR_LOCK_FAILED or
+ *   TTY_DB_ERR_TTYS_REGISTERED: the block is as it was.
  */
 TTY_DB_API uint32_t tty_db_block_release(tty_db_type *db_h, tty_db_block_type *block_h,
                                          uint32_t options);
