@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <iostream>
 #include <tty_db.hpp>
+#include <utility>
 
 namespace {
 
@@ -32,10 +33,14 @@ void run() {
     std::cout << '\n';
   }
 
+  // The entry ends with its line, and the guard with it.
+  auto entry = db.retrieve_line<port>({kSerial, 42});
+  if (entry->baud > 19200) db.deregister_line(std::move(entry));
+
   // Each operation has a form that reports instead of throwing.
   std::error_code ec;
-  db.deregister_line(kSerial, 80, ec);
-  if (ec == ttydb::errc::no_block) std::cout << "line 80: " << ec.message() << '\n';
+  db.deregister_line(kSerial, 42, ec);
+  if (ec == ttydb::errc::no_block) std::cout << "line 42: " << ec.message() << '\n';
 
   db.deregister_line(kSerial, 8);  // throws
 }

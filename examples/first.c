@@ -1,3 +1,4 @@
+/* Registers a line, hangs an item on it, walks the lines, and retrieves each. */
 #include <stdio.h>
 #include <string.h>
 #include <tty_db.h>

@@ -1,4 +1,5 @@
-/* The result codes, with their texts in the platform's stand-in. */
+/* The result codes, with their texts in the platform's stand-in, which the program links too:
+ * cc results.c $(pkg-config --cflags --libs ttydb ttyplatform) */
 #include <stdio.h>
 #include <stdlib.h>
 #include <tty_db.h>

@@ -1,4 +1,5 @@
-/* Who waits for whom: the waiting threads, as a watchdog in the process sees them. */
+/* Who waits for whom: the waiting threads, as a watchdog in the process sees them.  The program
+ * calls the platform's stand-in: cc tracing.c $(pkg-config --cflags --libs ttydb ttyplatform) */
 #include <pthread.h>
 #include <stdio.h>
 #include <stdlib.h>

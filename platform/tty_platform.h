@@ -14,10 +14,12 @@
 #include <pthread.h>
 #include <stdint.h>
 
+#if !defined(TTY_PLATFORM_API)
 #if defined(__GNUC__)
 #define TTY_PLATFORM_API __attribute__((visibility("default")))
 #else
 #define TTY_PLATFORM_API
+#endif
 #endif
 
 #ifdef __cplusplus

@@ -1,10 +1,9 @@
 #!/usr/bin/env bash
 # Checks what the libraries show to the outside.
 #   surface.sh symbols|dependencies LIBTTYDB LIBTTYPLATFORM
-#   surface.sh headers
-#   surface.sh install BUILD PREFIX          installs a copy, and nothing else, in PREFIX
-#   surface.sh install_static BUILD PREFIX   as above, after building the static library in BUILD
-#   surface.sh programs PREFIX SCRATCH       builds and runs programs against the copy in PREFIX
+#   surface.sh headers|readme
+#   surface.sh installed BUILD SCRATCH    installs a copy of what is built in BUILD, and uses it
+#   surface.sh part SCRATCH               builds the library as a part of another project
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 root=$here/../..
@@ -55,46 +54,29 @@ check_headers() {
   "${CXX:-c++}" -std=c++17 "${strict[@]}" -x c++ - <<<"#include <tty_db.hpp>"
 }
 
-check_install() {
+# README shows two programs as they are in examples/: one whole, of the other a part.
+check_readme() {
+  block() { sed -n "/^\`\`\`$1\$/,/^\`\`\`\$/{/^\`\`\`/!p}" "$root/README.md"; }
+  diff <(block c) "$root/examples/first.c"
+  [[ $(<"$root/examples/cplusplus.cpp") == *"$(block cpp)"* ]]
+}
+
+# A copy as it is installed, in the hands of programs.
+check_installed() {
+  local prefix=$2/copy
   rm -rf "$2"
-  cmake --install "$1" --prefix "$2"
+  cmake --install "$1" --prefix "$prefix"
+  mkdir "$2/programs"
+  PKG_CONFIG_PATH=$prefix/lib/pkgconfig CMAKE_PREFIX_PATH=$prefix LD_LIBRARY_PATH=$prefix/lib \
+    "$here/programs.sh" "$2/programs"
+  "$prefix/bin/tty-lines" --version
 }
 
-check_install_static() {
-  cmake -S "$root" -B "$1" -DBUILD_SHARED_LIBS=OFF
+# A part of a project that knows no language but C.
+check_part() {
+  cmake -S "$here/part" -B "$1"
   cmake --build "$1"
-  check_install "$1" "$2"
-}
-
-# The C program traces from its first call on if the load hook has run, and the C++ one has texts.
-run_programs() {
-  TTY_TRACE=db "$1/in_c" 2>&1 | grep "EXITED   'tty_db_create' :SUCCESS" >/dev/null
-  "$1/in_cpp" | grep -x 'The TTY is registered already' >/dev/null
-}
-
-check_programs() {
-  local prefix=$1 scratch=$2 libdir
-  libdir=$(find "$prefix" -name pkgconfig)/..
-  rm -rf "$scratch"
-  mkdir -p "$scratch"
-
-  # flags PACKAGE...: what pkg-config says of packages of this copy.
-  flags() { PKG_CONFIG_PATH=$libdir/pkgconfig pkg-config --cflags --libs "$@"; }
-  # shellcheck disable=SC2046,SC2086 # the flags are words
-  {
-    "${CC:-cc}" -std=c11 ${CFLAGS:-} -o "$scratch/in_c" "$here/consumer/in_c.c" $(flags ttydb) \
-      "-Wl,-rpath,$libdir"
-    "${CXX:-c++}" -std=c++17 ${CXXFLAGS:-} -o "$scratch/in_cpp" "$here/consumer/in_cpp.cpp" \
-      $(flags ttydb ttyplatform) "-Wl,-rpath,$libdir"
-  }
-  run_programs "$scratch"
-
-  cmake -S "$here/consumer" -B "$scratch/build" -DCMAKE_PREFIX_PATH="$prefix" >"$scratch/log"
-  cmake --build "$scratch/build" >>"$scratch/log" || { cat "$scratch/log"; return 1; }
-  run_programs "$scratch/build"
-
-  # The installed tool finds the installed libraries.
-  if [[ -e $prefix/bin/tty-lines ]]; then "$prefix/bin/tty-lines" --version >/dev/null; fi
+  "$1/first" | diff "$root/examples/first.out" -
 }
 
 "check_$1" "${@:2}"

@@ -1,0 +1,34 @@
+/* The life of a line: registered, given back, retrieved, deregistered. */
+#include <stdio.h>
+#include <stdlib.h>
+#include <tty_db.h>
+
+enum { SERIAL = 1 };
+
+struct port {
+  tty_db_tty_type tty; /* the head comes first */
+  unsigned baud;
+};
+
+int main(void) {
+  tty_db_type *db;
+  tty_db_tty_type *tty;
+  uint32_t rc;
+  if (tty_db_create(TTY_DB_OPT_ALL, &db) != 0) return EXIT_FAILURE;
+  if (tty_db_tty_register(db, SERIAL, 7, sizeof(struct port), &tty) != 0) return EXIT_FAILURE;
+  ((struct port *)tty)->baud = 9600;
+  tty_db_tty_unlock(db, tty); /* registration hands the entry over locked */
+
+  rc = tty_db_tty_retrieve(db, SERIAL, 7, &tty);
+  if (rc == 0) {
+    printf("line 7: %u baud\n", ((struct port *)tty)->baud);
+    tty_db_tty_unlock(db, tty);
+  } else if (rc == TTY_DB_ERR_NOT_REGISTERED) {
+    puts("line 7 is not registered");
+  }
+
+  do { /* a writer that has not got the lock has changed nothing */
+    rc = tty_db_tty_deregister(db, SERIAL, 7);
+  } while (rc == TTY_DB_ERR_LOCK_FAILED);
+  return rc == 0 && tty_db_destroy(db) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+}

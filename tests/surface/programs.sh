@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# Builds and runs programs with the copy of the library that pkg-config and CMake find: examples as they stand.
+#   programs.sh SCRATCH
+set -euo pipefail
+examples=$(cd "$(dirname "$0")/../../examples" && pwd)
+cd "$1"
+cc=${CC:-cc} cxx=${CXX:-c++}
+unset TTY_TRACE TTY_TRACE_FILE TTY_ASSERT NO_DLLMAIN
+
+# shellcheck disable=SC2046 # the flags are words
+"$cc" -Wall -Wextra -pedantic -Werror "$examples/first.c" $(pkg-config --cflags --libs ttydb) -o first
+./first | diff "$examples/first.out" -
+# shellcheck disable=SC2046
+"$cxx" -std=c++17 -Wall -Wextra -pedantic -Werror "$examples/cplusplus.cpp" $(pkg-config --cflags --libs ttydb) -o cplusplus
+./cplusplus | diff "$examples/cplusplus.out" -
+
+# Without any shared library: the library is set up, and takes one service from the program and the others from
+# the stand-in.
+# shellcheck disable=SC2046
+"$cc" -static "$examples/first.c" -x c - -x none $(pkg-config --static --cflags --libs ttydb) -o static \
+  <<<'extern void _exit(int); void tty_trace(void) { _exit(9); }'
+./static | diff "$examples/first.out" -
+status=0
+TTY_TRACE=db ./static || status=$?
+[[ $status == 9 ]]
+
+cmake -S "$examples" -B cmake
+cmake --build cmake
+ctest --test-dir cmake --output-on-failure
