@@ -1,4 +1,5 @@
-// The registry from C++: handles that end by themselves, typed entries and items, a range of lines.
+// The registry from C++: handles that end by themselves, typed entries
+// and items, a range of lines.
 #include <cstdlib>
 #include <iostream>
 #include <tty_db.hpp>
@@ -16,7 +17,8 @@ struct port {
 
 void run() {
   ttydb::database db(ttydb::options::all);
-  db.register_line<port>(kSerial, 7)->baud = 9600;  // given back at the end of the statement
+  // An entry without a name is given back at the end of its statement.
+  db.register_line<port>(kSerial, 7)->baud = 9600;
   db.register_line<port>(kSerial, 42)->baud = 115200;
   db.retrieve_line<port>(kSerial, 7)->baud = 19200;
 
@@ -40,7 +42,9 @@ void run() {
   // Each operation has a form that reports instead of throwing.
   std::error_code ec;
   db.deregister_line(kSerial, 42, ec);
-  if (ec == ttydb::errc::no_block) std::cout << "line 42: " << ec.message() << '\n';
+  if (ec == ttydb::errc::no_block) {
+    std::cout << "line 42: " << ec.message() << '\n';
+  }
 
   db.deregister_line(kSerial, 8);  // throws
 }
@@ -52,7 +56,8 @@ int main() {
     run();
   } catch (const std::system_error &failure) {
     std::cout << failure.what() << '\n';
-    return failure.code() == ttydb::errc::not_registered ? EXIT_SUCCESS : EXIT_FAILURE;
+    return failure.code() == ttydb::errc::not_registered ? EXIT_SUCCESS
+                                                         : EXIT_FAILURE;
   }
   return EXIT_FAILURE;
 }

@@ -6,7 +6,8 @@
 int main(void) {
   tty_db_type *db;
   uint32_t blocks, lines;
-  const uint32_t rc = tty_db_create(TTY_DB_OPT_LOCK_ENTRIES | TTY_DB_OPT_AUTO_BLOCKS, &db);
+  const uint32_t rc = tty_db_create(
+      TTY_DB_OPT_LOCK_ENTRIES | TTY_DB_OPT_AUTO_BLOCKS, &db);
   if (rc != 0) {
     fprintf(stderr, "tty_db_create: 0x%x\n", (unsigned)rc);
     return EXIT_FAILURE;

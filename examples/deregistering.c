@@ -8,7 +8,8 @@
 
 enum { SERIAL = 1, LINES = 8, USERS = 4, TRIES = 50 };
 
-static atomic_bool change_wanted; /* the users stand back while it is set */
+/* The users stand back while it is set. */
+static atomic_bool change_wanted;
 
 static void check(uint32_t rc, const char *what) {
   if (rc == 0) return;
@@ -16,7 +17,9 @@ static void check(uint32_t rc, const char *what) {
   exit(EXIT_FAILURE);
 }
 
-static void millisecond(void) { nanosleep(&(struct timespec){.tv_nsec = 1000000}, NULL); }
+static void millisecond(void) {
+  nanosleep(&(struct timespec){.tv_nsec = 1000000}, NULL);
+}
 
 /* Uses the lines in turn, holding one at a time, until none is left. */
 static void *use(void *db) {
@@ -33,7 +36,8 @@ static void *use(void *db) {
   return NULL;
 }
 
-/* Tries again where the lock could not be had: such a failure has changed nothing. */
+/* Tries again where the lock could not be had: such a failure has
+ * changed nothing. */
 static uint32_t deregister(tty_db_type *db, uint32_t id) {
   uint32_t rc = TTY_DB_ERR_LOCK_FAILED;
   change_wanted = 1;
@@ -49,14 +53,18 @@ int main(void) {
   check(tty_db_create(TTY_DB_OPT_ALL, &db), "create");
   for (uint32_t id = 0; id < LINES; ++id) {
     tty_db_tty_type *tty;
-    check(tty_db_tty_register(db, SERIAL, id, sizeof(*tty), &tty), "register");
+    check(tty_db_tty_register(db, SERIAL, id, sizeof(*tty), &tty),
+          "register");
     check(tty_db_tty_unlock(db, tty), "unlock");
   }
   pthread_t users[USERS];
   for (int i = 0; i < USERS; ++i) {
-    if (pthread_create(&users[i], NULL, use, db) != 0) exit(EXIT_FAILURE);
+    if (pthread_create(&users[i], NULL, use, db) != 0)
+      exit(EXIT_FAILURE);
   }
-  for (uint32_t id = 0; id < LINES; ++id) check(deregister(db, id), "deregister");
+  for (uint32_t id = 0; id < LINES; ++id) {
+    check(deregister(db, id), "deregister");
+  }
   for (int i = 0; i < USERS; ++i) pthread_join(users[i], NULL);
   printf("%d lines deregistered\n", LINES);
   check(tty_db_destroy(db), "destroy");

@@ -15,11 +15,14 @@ static void check(uint32_t rc, const char *what) {
   exit(EXIT_FAILURE);
 }
 
-/* Lets the lines with odd ids come and go.  What fails for want of the lock is left for later. */
+/* Lets the lines with odd ids come and go.  What fails for want of the
+ * lock is left for later. */
 static void *churn(void *db) {
   for (uint32_t id = 1; !stop; id = (id + 2) % LINES) {
     tty_db_tty_type *tty;
-    if (tty_db_tty_register(db, SERIAL, id, sizeof(*tty), &tty) == 0) tty_db_tty_unlock(db, tty);
+    if (tty_db_tty_register(db, SERIAL, id, sizeof(*tty), &tty) == 0) {
+      tty_db_tty_unlock(db, tty);
+    }
     tty_db_tty_deregister(db, SERIAL, id);
   }
   return NULL;
@@ -30,7 +33,8 @@ int main(void) {
   check(tty_db_create(TTY_DB_OPT_ALL, &db), "create");
   for (uint32_t id = 0; id < LINES; id += 2) {
     tty_db_tty_type *tty;
-    check(tty_db_tty_register(db, SERIAL, id, sizeof(*tty), &tty), "register");
+    check(tty_db_tty_register(db, SERIAL, id, sizeof(*tty), &tty),
+          "register");
     check(tty_db_tty_unlock(db, tty), "unlock");
   }
   pthread_t churner;
@@ -40,14 +44,18 @@ int main(void) {
   for (int walk = 0; walk < WALKS; ++walk) {
     tty_db_iterator_type *lines;
     uint32_t category, id, rc;
-    check(tty_db_iterate_start(db, SERIAL, 0, SERIAL, TTY_PORT_MAX, &lines), "start");
+    check(tty_db_iterate_start(db, SERIAL, 0, SERIAL, TTY_PORT_MAX,
+                               &lines),
+          "start");
     while ((rc = tty_db_iterate_next(lines, &category, &id)) == 0) {
       tty_db_tty_type *tty;
       rc = tty_db_tty_retrieve(db, category, id, &tty);
-      if (rc == TTY_DB_ERR_NOT_REGISTERED) continue; /* gone since the advance */
+      /* It may be gone since the advance. */
+      if (rc == TTY_DB_ERR_NOT_REGISTERED) continue;
       check(rc, "retrieve");
       if (id % 2 == 0) ++stayed;
-      check(tty_db_tty_unlock(db, tty), "unlock"); /* before the next advance */
+      /* Before the next advance. */
+      check(tty_db_tty_unlock(db, tty), "unlock");
     }
     if (rc != TTY_DB_ERR_NO_MORE) check(rc, "next");
     check(tty_db_iterate_end(lines), "end");

@@ -1,4 +1,4 @@
-/* The life of a line: registered, given back, retrieved, deregistered. */
+/* The life of a line: registered, retrieved, deregistered. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <tty_db.h>
@@ -15,9 +15,11 @@ int main(void) {
   tty_db_tty_type *tty;
   uint32_t rc;
   if (tty_db_create(TTY_DB_OPT_ALL, &db) != 0) return EXIT_FAILURE;
-  if (tty_db_tty_register(db, SERIAL, 7, sizeof(struct port), &tty) != 0) return EXIT_FAILURE;
+  rc = tty_db_tty_register(db, SERIAL, 7, sizeof(struct port), &tty);
+  if (rc != 0) return EXIT_FAILURE;
   ((struct port *)tty)->baud = 9600;
-  tty_db_tty_unlock(db, tty); /* registration hands the entry over locked */
+  /* Registration has handed the entry over locked. */
+  tty_db_tty_unlock(db, tty);
 
   rc = tty_db_tty_retrieve(db, SERIAL, 7, &tty);
   if (rc == 0) {
@@ -27,8 +29,10 @@ int main(void) {
     puts("line 7 is not registered");
   }
 
-  do { /* a writer that has not got the lock has changed nothing */
+  /* A writer that has not got the lock has changed nothing. */
+  do {
     rc = tty_db_tty_deregister(db, SERIAL, 7);
   } while (rc == TTY_DB_ERR_LOCK_FAILED);
-  return rc == 0 && tty_db_destroy(db) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+  if (rc == 0) rc = tty_db_destroy(db);
+  return rc == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -1,4 +1,5 @@
-/* A mistake that the library's assertions find: an entry is given back twice. */
+/* A mistake that the library's assertions find: an entry is given back
+ * twice. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <tty_db.h>
@@ -7,9 +8,11 @@ int main(void) {
   tty_db_type *db;
   tty_db_tty_type *tty;
   if (tty_db_create(TTY_DB_OPT_ALL, &db) != 0) return EXIT_FAILURE;
-  if (tty_db_tty_register(db, 1, 7, sizeof(*tty), &tty) != 0) return EXIT_FAILURE;
+  if (tty_db_tty_register(db, 1, 7, sizeof(*tty), &tty) != 0)
+    return EXIT_FAILURE;
   tty_db_tty_unlock(db, tty);
-  tty_db_tty_unlock(db, tty); /* the mistake: this thread does not hold the entry any more */
+  /* The mistake: this thread does not hold the entry any more. */
+  tty_db_tty_unlock(db, tty);
   puts("went on");
   return tty_db_destroy(db) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
 }

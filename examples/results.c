@@ -1,4 +1,5 @@
-/* The result codes, with their texts in the platform's stand-in, which the program links too:
+/* The result codes, with their texts in the platform's stand-in, which
+ * the program links too:
  * cc results.c $(pkg-config --cflags --libs ttydb ttyplatform) */
 #include <stdio.h>
 #include <stdlib.h>
@@ -12,13 +13,15 @@ static const struct {
   const char *name;
   uint32_t code;
 } results[] = {
-    RESULT(NO_MEMORY),       RESULT(INVALID_ARG), RESULT(WRONG_MODE), RESULT(LOCK_FAILED),
-    RESULT(LOCK_INIT),       RESULT(NO_BLOCK),    RESULT(OVERLAP),    RESULT(ITEM_EXISTS),
-    RESULT(TTY_EXISTS),      RESULT(NO_MORE),     RESULT(NO_ITEM),    RESULT(NOT_REGISTERED),
+    RESULT(NO_MEMORY),       RESULT(INVALID_ARG), RESULT(WRONG_MODE),
+    RESULT(LOCK_FAILED),     RESULT(LOCK_INIT),   RESULT(NO_BLOCK),
+    RESULT(OVERLAP),         RESULT(ITEM_EXISTS), RESULT(TTY_EXISTS),
+    RESULT(NO_MORE),         RESULT(NO_ITEM),     RESULT(NOT_REGISTERED),
     RESULT(TTYS_REGISTERED),
 };
 
-/* The text of any result; a host without texts for the library's codes has none. */
+/* The text of any result; a host without texts for the library's codes
+ * has none. */
 static const char *text_of(uint32_t rc) {
   if (rc == 0) return "Success";
   const char *text = qerr_strerror(rc);
@@ -27,8 +30,8 @@ static const char *text_of(uint32_t rc) {
 
 int main(void) {
   for (size_t i = 0; i < sizeof(results) / sizeof(results[0]); ++i) {
-    printf("%-16s 0x%x  %s\n", results[i].name, (unsigned)results[i].code,
-           text_of(results[i].code));
+    printf("%-16s 0x%x  %s\n", results[i].name,
+           (unsigned)results[i].code, text_of(results[i].code));
   }
 
   tty_db_type *db;

@@ -1,4 +1,5 @@
-/* A registry shared by many threads: four workers count on the same eight lines. */
+/* A registry shared by many threads: four workers count on the same
+ * eight lines. */
 #include <pthread.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -21,8 +22,10 @@ static void *work(void *argument) {
   tty_db_type *db = argument;
   for (uint32_t round = 0; round < ROUNDS; ++round) {
     tty_db_tty_type *tty;
-    check(tty_db_tty_retrieve(db, SERIAL, round % LINES, &tty), "retrieve");
-    ((struct port *)tty)->bytes_sent += 10; /* no other thread is here */
+    check(tty_db_tty_retrieve(db, SERIAL, round % LINES, &tty),
+          "retrieve");
+    /* No other thread is here. */
+    ((struct port *)tty)->bytes_sent += 10;
     check(tty_db_tty_unlock(db, tty), "unlock");
   }
   return NULL;
@@ -30,16 +33,21 @@ static void *work(void *argument) {
 
 int main(void) {
   tty_db_type *db;
-  check(tty_db_create(TTY_DB_OPT_LOCK_ENTRIES | TTY_DB_OPT_AUTO_BLOCKS, &db), "create");
+  check(tty_db_create(TTY_DB_OPT_LOCK_ENTRIES | TTY_DB_OPT_AUTO_BLOCKS,
+                      &db),
+        "create");
   for (uint32_t id = 0; id < LINES; ++id) {
     tty_db_tty_type *tty;
-    check(tty_db_tty_register(db, SERIAL, id, sizeof(struct port), &tty), "register");
-    check(tty_db_tty_unlock(db, tty), "unlock"); /* registration hands the entry over locked */
+    check(tty_db_tty_register(db, SERIAL, id, sizeof(struct port), &tty),
+          "register");
+    /* Registration has handed the entry over locked. */
+    check(tty_db_tty_unlock(db, tty), "unlock");
   }
 
   pthread_t workers[WORKERS];
   for (int i = 0; i < WORKERS; ++i) {
-    if (pthread_create(&workers[i], NULL, work, db) != 0) exit(EXIT_FAILURE);
+    if (pthread_create(&workers[i], NULL, work, db) != 0)
+      exit(EXIT_FAILURE);
   }
   for (int i = 0; i < WORKERS; ++i) pthread_join(workers[i], NULL);
 
@@ -49,7 +57,8 @@ int main(void) {
   for (uint32_t id = 0; id < LINES; ++id) {
     tty_db_tty_type *tty;
     check(tty_db_tty_retrieve(db, SERIAL, id, &tty), "retrieve");
-    printf("line %u: %lu bytes\n", (unsigned)id, ((struct port *)tty)->bytes_sent);
+    printf("line %u: %lu bytes\n", (unsigned)id,
+           ((struct port *)tty)->bytes_sent);
     check(tty_db_tty_unlock(db, tty), "unlock");
   }
   check(tty_db_destroy(db), "destroy");

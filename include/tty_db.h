@@ -13,14 +13,14 @@
  *
  * @par Results
  * Every operation that can fail returns a result code: 0 is success and the only success.  A failed
- * operation changes nothing but the outputs that its comment names.  Unless a comment says
+ * operation changes nothing but the outputs that its description names.  Unless that says
  * otherwise, an argument check that fails gives TTY_DB_ERR_INVALID_ARG, before any lock is touched.
  *
  * @par Threads
  * Any number of threads call any operation at once.  A database has one reader-writer lock: an
  * operation that reads waits for it as long as it takes; one that writes tries ten times, 20 ms
  * apart, then gives up with TTY_DB_ERR_LOCK_FAILED.  An entry has a mutex of its own, which
- * registration and retrieval take for the caller (TTY_DB_OPT_LOCK_ENTRIES) and tty_db_tty_unlock
+ * registration and retrieval take for the caller (TTY_DB_OPT_LOCK_ENTRIES) and tty_db_tty_unlock()
  * gives back.  Deregistering a line waits for the thread that holds its entry, and while it waits
  * every other operation on the database waits too, or fails to get the lock.  So a thread that
  * holds an entry must not wait for another thread that is inside the database; and to call any
@@ -56,31 +56,35 @@
 extern "C" {
 #endif
 
-/** @name Bounds of categories and ids, both inclusive */
-/**@{*/
+/**
+ * @defgroup bounds Bounds
+ * Of categories and ids, both inclusive.
+ * @{
+ */
 #define TTY_CATEGORY_MIN 0u /**< the lowest category */
 #define TTY_CATEGORY_MAX 5u /**< the highest category */
 #define TTY_PORT_MAX 10000u /**< the highest id; the lowest is 0 */
-/**@}*/
-
 /** Number of ids in a block that the library makes by itself; the block of id 10000 holds that id
  * alone. */
 #define TTY_DB_AUTO_BLOCK_SIZE 10u
+/**@}*/
 
-/** @name Options of tty_db_create */
-/**@{*/
+/**
+ * @defgroup options Options
+ * Those of tty_db_create(), then that of tty_db_block_release() and tty_db_block_resize().
+ * @{
+ */
 #define TTY_DB_OPT_LOCK_ENTRIES 0x1u /**< registration and retrieval hand entries over locked */
 #define TTY_DB_OPT_AUTO_BLOCKS 0x2u  /**< the library makes and frees blocks by itself */
 #define TTY_DB_OPT_ALL 0x3u          /**< both of them */
-/**@}*/
-
-/** @name Options of tty_db_block_release and tty_db_block_resize */
-/**@{*/
 #define TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG 0x1u /**< refuse rather than deregister lines */
 /**@}*/
 
-/** @name Result codes.  0 is success */
-/**@{*/
+/**
+ * @defgroup results Result codes
+ * 0 is success, and the only success.
+ * @{
+ */
 #define TTY_DB_ERR_NO_MEMORY 0xc2580200u       /**< an allocation failed */
 #define TTY_DB_ERR_INVALID_ARG 0xa2580400u     /**< a NULL pointer, or a value out of range */
 #define TTY_DB_ERR_WRONG_MODE 0xa2580600u      /**< the database manages its blocks by itself */
@@ -96,21 +100,22 @@ extern "C" {
 #define TTY_DB_ERR_TTYS_REGISTERED 0xa2581a00u /**< the ids to be given up have lines */
 /**@}*/
 
-/** @name The library's own records */
-/**@{*/
+/**
+ * @defgroup types Types
+ * @{
+ */
 typedef struct tty_db_type tty_db_type;                   /**< a database */
 typedef struct tty_db_block_type tty_db_block_type;       /**< a block */
 typedef struct tty_db_iterator_type tty_db_iterator_type; /**< an iterator */
 typedef struct tty_db_item_type tty_db_item_type;         /**< the node of an item */
-/**@}*/
 
 /**
  * The head of every entry.  Declare your own record with a tty_db_tty_type as its first member,
- * give the size of that record to tty_db_tty_register, and cast the pointer that you get. Only the
- * library writes these fields.
+ * give the size of that record to tty_db_tty_register(), and cast the pointer that you get. Only
+ * the library writes these fields.
  */
 typedef struct tty_db_tty_type {
-  pthread_mutex_t lock; /**< error-checking; use tty_db_tty_unlock to release it */
+  pthread_mutex_t lock; /**< error-checking; use tty_db_tty_unlock() to release it */
   pthread_t lock_owner; /**< who obtained the entry last; 0xFFFFFFFF: nobody; diagnostic */
   tty_db_item_type *item_list_head; /**< most recently created item first */
 } tty_db_tty_type;
@@ -118,7 +123,7 @@ typedef struct tty_db_tty_type {
 /** What a block is, as the details queries report it. */
 typedef struct tty_db_block_details_type {
   uint32_t category;    /**< the category that its ids are of */
-  uint32_t first_tty;   /**< lowest id; the block covers first_tty .. first_tty + capacity - 1 */
+  uint32_t first_tty;   /**< lowest id; the highest is first_tty + capacity - 1 */
   uint32_t capacity;    /**< number of ids, at least 1 */
   const char *tag_name; /**< the block's own copy of its tag, or NULL; lives as long as the block */
   uint32_t num_registered;    /**< number of registered lines in the block */
@@ -126,12 +131,16 @@ typedef struct tty_db_block_details_type {
   tty_db_block_type *block_h; /**< the block's handle */
 } tty_db_block_details_type;
 
-/** @name Databases */
-/**@{*/
+/**@}*/
+
+/**
+ * @defgroup databases Databases
+ * @{
+ */
 
 /**
  * Creates an empty database.
- * Takes no lock.  The caller owns the database and ends it with tty_db_destroy.
+ * Takes no lock.  The caller owns the database and ends it with tty_db_destroy().
  * @param options any of TTY_DB_OPT_LOCK_ENTRIES and TTY_DB_OPT_AUTO_BLOCKS, or 0; fixed from here
  * on
  * @param[out] db_h the handle; NULL on every failure
@@ -153,20 +162,24 @@ TTY_DB_API uint32_t tty_db_destroy(tty_db_type *db_h);
  * Reports how many blocks and how many registered lines a database holds, over all categories.
  * Takes the read lock.
  * @param db_h the database
- * @param[out] num_blocks,num_ttys the counts; either may be NULL; untouched on failure
+ * @param[out] num_blocks how many blocks; may be NULL; untouched on failure
+ * @param[out] num_ttys how many registered lines; may be NULL; untouched on failure
  * @return 0, TTY_DB_ERR_INVALID_ARG or TTY_DB_ERR_LOCK_FAILED.
  */
 TTY_DB_API uint32_t tty_db_get_details(tty_db_type *db_h, uint32_t *num_blocks, uint32_t *num_ttys);
 
 /**@}*/
 
-/** @name Blocks: for databases with manual block management */
-/**@{*/
+/**
+ * @defgroup blocks Blocks
+ * For databases with manual block management: those without TTY_DB_OPT_AUTO_BLOCKS.
+ * @{
+ */
 
 /**
- * Reserves the ids first_tty .. first_tty + num_ttys - 1 of a category as a block.
- * Takes the write lock.  The database owns the block; tty_db_block_release or tty_db_destroy ends
- * it.
+ * Reserves num_ttys ids of a category, from first_tty on, as a block.
+ * Takes the write lock.  The database owns the block; tty_db_block_release() or tty_db_destroy()
+ * ends it.
  * @param db_h the database
  * @param category 0 to TTY_CATEGORY_MAX
  * @param first_tty 0 to TTY_PORT_MAX
@@ -225,7 +238,7 @@ TTY_DB_API uint32_t tty_db_block_details_from_handle(tty_db_type *db_h, tty_db_b
                                                      tty_db_block_details_type *details);
 
 /**
- * As tty_db_block_details_from_handle, for the block that holds an id, registered or not.
+ * As tty_db_block_details_from_handle(), for the block that holds an id, registered or not.
  * @param db_h the database
  * @param category 0 to TTY_CATEGORY_MAX
  * @param tty_id 0 to TTY_PORT_MAX
@@ -237,7 +250,7 @@ TTY_DB_API uint32_t tty_db_block_details_from_tty(tty_db_type *db_h, uint32_t ca
                                                   tty_db_block_details_type *details);
 
 /**
- * As tty_db_block_details_from_handle, for the first block, by category, then id, that carries a
+ * As tty_db_block_details_from_handle(), for the first block, by category, then id, that carries a
  * tag.
  * @param db_h the database
  * @param tag_name compared byte for byte; NULL finds the first block without a tag
@@ -249,14 +262,17 @@ TTY_DB_API uint32_t tty_db_block_details_from_tag(tty_db_type *db_h, const char 
 
 /**@}*/
 
-/** @name Lines */
-/**@{*/
+/**
+ * @defgroup lines Lines
+ * @{
+ */
 
 /**
  * Registers a line and hands out its new entry.  The database must have a block that covers the id;
  * with TTY_DB_OPT_AUTO_BLOCKS the library makes one where there is none.
  * Takes the write lock.  With TTY_DB_OPT_LOCK_ENTRIES the calling thread holds the entry on return
- * and gives it back with tty_db_tty_unlock.  The database owns the entry, until it is deregistered.
+ * and gives it back with tty_db_tty_unlock().  The database owns the entry, until it is
+ * deregistered.
  * @param db_h the database
  * @param category 0 to TTY_CATEGORY_MAX
  * @param tty_id 0 to TTY_PORT_MAX
@@ -264,7 +280,7 @@ TTY_DB_API uint32_t tty_db_block_details_from_tag(tty_db_type *db_h, const char 
  * @param[out] tty the entry, zero-filled behind its head; NULL on every failure
  * @return 0, TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_LOCK_FAILED, TTY_DB_ERR_NO_BLOCK (manual block
  *   management), TTY_DB_ERR_TTY_EXISTS, TTY_DB_ERR_NO_MEMORY, TTY_DB_ERR_LOCK_INIT, or
- *   TTY_DB_ERR_OVERLAP (a block that tty_db_block_reserve_internal has put in the way).
+ *   TTY_DB_ERR_OVERLAP (a block that tty_db_block_reserve_internal() has put in the way).
  */
 TTY_DB_API uint32_t tty_db_tty_register(tty_db_type *db_h, uint32_t category, uint32_t tty_id,
                                         size_t entry_size, tty_db_tty_type **tty);
@@ -285,7 +301,7 @@ TTY_DB_API uint32_t tty_db_tty_deregister(tty_db_type *db_h, uint32_t category, 
 /**
  * Hands out the entry of a registered line.
  * Takes the read lock.  With TTY_DB_OPT_LOCK_ENTRIES it waits for the entry's holder, and the
- * calling thread holds the entry on return: it gives it back with exactly one tty_db_tty_unlock,
+ * calling thread holds the entry on return: it gives it back with exactly one tty_db_tty_unlock(),
  * and may not use it afterwards.  Without that option nothing keeps another thread from
  * deregistering the line.
  * @param db_h the database
@@ -310,8 +326,11 @@ TTY_DB_API uint32_t tty_db_tty_unlock(tty_db_type *db_h, tty_db_tty_type *tty);
 
 /**@}*/
 
-/** @name Items: the caller holds the entry; the library takes no lock */
-/**@{*/
+/**
+ * @defgroup items Items
+ * The caller holds the entry; the library takes no lock.
+ * @{
+ */
 
 /**
  * Hangs a new item on an entry.
@@ -344,18 +363,23 @@ TTY_DB_API uint32_t tty_db_item_destroy(tty_db_tty_type *tty, uint32_t item_key)
 
 /**@}*/
 
-/** @name Iterators: each is advanced by one thread at a time */
-/**@{*/
+/**
+ * @defgroup iterators Iterators
+ * Each is advanced by one thread at a time.
+ * @{
+ */
 
 /**
  * Makes an iterator over the registered lines from a start to an end position, both inclusive.
  * Takes no lock.  The iterator keeps a position, no lock and no line: the database may change
  * between advances, and each advance sees it as it is then.  A start behind the end gives an
- * iterator without lines.  The caller owns the iterator and ends it with tty_db_iterate_end; it
+ * iterator without lines.  The caller owns the iterator and ends it with tty_db_iterate_end(); it
  * must not advance it after the database is destroyed.
  * @param db_h the database
- * @param start_category,end_category 0 to TTY_CATEGORY_MAX
- * @param start_id,end_id 0 to TTY_PORT_MAX
+ * @param start_category 0 to TTY_CATEGORY_MAX
+ * @param start_id 0 to TTY_PORT_MAX
+ * @param end_category 0 to TTY_CATEGORY_MAX
+ * @param end_id 0 to TTY_PORT_MAX
  * @param[out] iterator_h the iterator; untouched on failure
  * @return 0, TTY_DB_ERR_INVALID_ARG or TTY_DB_ERR_NO_MEMORY.
  */
@@ -367,7 +391,8 @@ TTY_DB_API uint32_t tty_db_iterate_start(tty_db_type *db_h, uint32_t start_categ
  * Advances an iterator to the next registered line.
  * Takes the read lock.
  * @param iterator_h the iterator
- * @param[out] category,tty_id the line's position; TTY_CATEGORY_MAX and 0 on every failure
+ * @param[out] category the line's category; TTY_CATEGORY_MAX on every failure
+ * @param[out] tty_id the line's id; 0 on every failure
  * @return 0, TTY_DB_ERR_NO_MORE, from then on every time, TTY_DB_ERR_INVALID_ARG, or
  *   TTY_DB_ERR_LOCK_FAILED: then the iterator is where it was.
  */
@@ -384,19 +409,18 @@ TTY_DB_API uint32_t tty_db_iterate_end(tty_db_iterator_type *iterator_h);
 /**@}*/
 
 /**
- * @name Building blocks
- *
+ * @defgroup internal Building blocks
  * The routines behind the operations above, for code that is part of the library's own machinery.
  * They take no database lock and check no arguments: they assert what they require.  Should the
  * report of a failed assertion return, a routine that cannot go on leaves with
  * TTY_DB_ERR_INVALID_ARG, its outputs as after any other failure, and nothing changed.  REQUIRES:
  * arguments in the ranges given above, and the database's write lock held by the calling thread, or
  * for the lookups and the walk either lock, but where a comment says otherwise.
+ * @{
  */
-/**@{*/
 
 /**
- * As tty_db_block_reserve, in a database of either mode.
+ * As tty_db_block_reserve(), in a database of either mode.
  * @param db_h the database
  * @param category 0 to TTY_CATEGORY_MAX
  * @param first_tty 0 to TTY_PORT_MAX
@@ -412,14 +436,14 @@ TTY_DB_API uint32_t tty_db_block_reserve_internal(tty_db_type *db_h, uint32_t ca
                                                   tty_db_block_type **block_h);
 
 /**
- * As tty_db_block_release without options, in a database of either mode.  Cannot fail.
+ * As tty_db_block_release() without options, in a database of either mode.  Cannot fail.
  * @param db_h the database
  * @param block_h the block
  */
 TTY_DB_API void tty_db_block_release_internal(tty_db_type *db_h, tty_db_block_type *block_h);
 
 /**
- * As tty_db_block_resize without options.  REQUIRES: a database with manual block management.
+ * As tty_db_block_resize() without options.  REQUIRES: a database with manual block management.
  * @param db_h the database
  * @param block_h the block
  * @param first_tty 0 to TTY_PORT_MAX
@@ -434,7 +458,8 @@ TTY_DB_API uint32_t tty_db_block_resize_internal(tty_db_type *db_h, tty_db_block
  * @param db_h the database
  * @param category 0 to TTY_CATEGORY_MAX
  * @param tty_id 0 to TTY_PORT_MAX
- * @param[out] block the block; NULL with TTY_DB_ERR_NO_BLOCK
+ * @param[out] block the block; NULL on failure
+ * @return 0 or TTY_DB_ERR_NO_BLOCK.
  */
 TTY_DB_API uint32_t tty_db_block_find_lowest_block(tty_db_type *db_h, uint32_t category,
                                                    uint32_t tty_id, tty_db_block_type **block);
@@ -444,7 +469,8 @@ TTY_DB_API uint32_t tty_db_block_find_lowest_block(tty_db_type *db_h, uint32_t c
  * @param db_h the database
  * @param category 0 to TTY_CATEGORY_MAX
  * @param tty_id 0 to TTY_PORT_MAX
- * @param[out] block the block; NULL with TTY_DB_ERR_NO_BLOCK
+ * @param[out] block the block; NULL on failure
+ * @return 0 or TTY_DB_ERR_NO_BLOCK.
  */
 TTY_DB_API uint32_t tty_db_block_find_block_from_tty_id(tty_db_type *db_h, uint32_t category,
                                                         uint32_t tty_id, tty_db_block_type **block);
@@ -453,18 +479,20 @@ TTY_DB_API uint32_t tty_db_block_find_block_from_tty_id(tty_db_type *db_h, uint3
  * Finds the first block, by category, then id, with a tag, or for NULL the first without one.
  * @param db_h the database
  * @param tag_name a string, or NULL
- * @param[out] block the block; NULL with TTY_DB_ERR_NO_BLOCK
+ * @param[out] block the block; NULL on failure
+ * @return 0 or TTY_DB_ERR_NO_BLOCK.
  */
 TTY_DB_API uint32_t tty_db_block_find_block_from_tag(tty_db_type *db_h, const char *tag_name,
                                                      tty_db_block_type **block);
 
 /**
- * As tty_db_tty_register.
+ * As tty_db_tty_register().
  * @param db_h the database
  * @param category 0 to TTY_CATEGORY_MAX
  * @param tty_id 0 to TTY_PORT_MAX
  * @param entry_size at least sizeof(tty_db_tty_type)
  * @param[out] tty the entry; NULL on every failure
+ * @return as tty_db_tty_register().
  */
 TTY_DB_API uint32_t tty_db_tty_register_internal(tty_db_type *db_h, uint32_t category,
                                                  uint32_t tty_id, size_t entry_size,
@@ -485,15 +513,18 @@ TTY_DB_API void tty_db_tty_deregister_internal(tty_db_type *db_h, tty_db_block_t
  * REQUIRES: the entry held; no database lock is needed.
  * @param tty the entry
  * @param item_key the item's key
- * @param[out] insertion_point the link; NULL with TTY_DB_ERR_NO_ITEM
+ * @param[out] insertion_point the link; NULL on failure
+ * @return 0 or TTY_DB_ERR_NO_ITEM.
  */
 TTY_DB_API uint32_t tty_db_item_find_insertion_point(tty_db_tty_type *tty, uint32_t item_key,
                                                      tty_db_item_type ***insertion_point);
 
 /**
- * As tty_db_iterate_next.
+ * As tty_db_iterate_next().
  * @param iterator_h the iterator
- * @param[out] category,tty_id the line's position; TTY_CATEGORY_MAX and 0 on every failure
+ * @param[out] category the line's category; TTY_CATEGORY_MAX on every failure
+ * @param[out] tty_id the line's id; 0 on every failure
+ * @return 0 or TTY_DB_ERR_NO_MORE.
  */
 TTY_DB_API uint32_t tty_db_iterate_next_internal(tty_db_iterator_type *iterator_h,
                                                  uint32_t *category, uint32_t *tty_id);

@@ -67,9 +67,11 @@ enum class errc : std::uint32_t {
 
 }  // namespace ttydb
 
-/** Lets an errc be assigned to a std::error_code and compared with one. */
+/* Lets an errc be assigned to a std::error_code and compared with one. */
+namespace std {
 template <>
-struct std::is_error_code_enum<ttydb::errc> : std::true_type {};
+struct is_error_code_enum<ttydb::errc> : true_type {};
+}  // namespace std
 
 namespace ttydb {
 

@@ -1,5 +1,6 @@
-/*
- * tty_platform.h - what the library asks of its host, and only that.
+/**
+ * @file
+ * What the library asks of its host, and only that.
  *
  * The library calls these services through ordinary undefined symbols: whatever the process
  * provides first is what runs.  libttyplatform is the stand-in for a host that has no services of
@@ -26,97 +27,98 @@
 extern "C" {
 #endif
 
-/* One trace category of a client.  A client reads `enabled` before it builds a trace line. */
+/** One trace category of a client.  A client reads `enabled` before it builds a trace line. */
 typedef struct tty_trace_category {
-  const char *client; /* the name given to tty_debug_initialize */
-  const char *name;
-  uintptr_t enabled; /* not 0: lines of this category are wanted */
+  const char *client; /**< the name given to tty_debug_initialize */
+  const char *name;   /**< its own name */
+  uintptr_t enabled;  /**< not 0: lines of this category are wanted */
 } tty_trace_category;
 
-/* What the trace facility keeps for a client: its categories, in the order in which it named them.
- */
+/** What the trace facility keeps for a client. */
 typedef struct tty_trace_context {
-  tty_trace_category *categories;
-  uint32_t num_categories;
+  tty_trace_category *categories; /**< in the order in which the client named them */
+  uint32_t num_categories;        /**< how many they are */
 } tty_trace_context;
 
-/*
+/**
  * Sets up tracing for a client.
- *   name               the client's name
- *   registration       the second word of the registration slot
- *   categories         the names of its categories, closed by NULL; they outlive the tracing
- *   registration_slot  two words of the client's for the facility to use
- *   flags              0
- *   context            out: the context; NULL if tracing could not be set up
- *   enabled            out: the global switch; 0 while no line of any category is wanted
+ * @param name the client's name
+ * @param registration the second word of the registration slot
+ * @param categories the names of its categories, closed by NULL; they outlive the tracing
+ * @param registration_slot two words of the client's for the facility to use
+ * @param flags 0
+ * @param[out] context the context; NULL if tracing could not be set up
+ * @param[out] enabled the global switch; 0 while no line of any category is wanted
  */
 TTY_PLATFORM_API void tty_debug_initialize(const char *name, uintptr_t registration,
                                            const char *const *categories,
                                            uintptr_t *registration_slot, int flags,
                                            tty_trace_context **context, uintptr_t *enabled);
 
-/* Ends the tracing that tty_debug_initialize set up, and frees the context. */
+/** Ends the tracing that tty_debug_initialize set up, and frees the context. */
 TTY_PLATFORM_API void tty_debug_cleanup(const char *name, tty_trace_context *context,
                                         uintptr_t enabled);
 
-/*
+/**
  * Writes one trace line.
- *   category      the category's record in the client's context
- *   level, flags  always 5 and 0
- *   registration  the second word of the client's registration slot
- *   kind          0: a line inside a routine, 1: a routine's first line, 2: its last
- *   routine, line where the line comes from
- *   format        printf-style, with the directives %s, %d, %lu, %X and %x; every integer is passed
- * as a 64-bit word and every pointer as a pointer, whatever its directive
+ * @param category the category's record in the client's context
+ * @param level always 5
+ * @param flags always 0
+ * @param registration the second word of the client's registration slot
+ * @param kind 0: a line inside a routine, 1: a routine's first line, 2: its last
+ * @param routine where the line comes from
+ * @param line its number in the source
+ * @param format printf-style, with the directives %s, %d, %lu, %X and %x; every integer is passed
+ *   as a 64-bit word and every pointer as a pointer, whatever its directive
  */
 TTY_PLATFORM_API void tty_trace(tty_trace_category *category, int level, int flags,
                                 uintptr_t registration, int kind, const char *routine, int line,
                                 const char *format, ...);
 
-/* Reports that `expression`, which should hold, does not.  It may return or end the process. */
+/** Reports that `expression`, which should hold, does not.  It may return or end the process. */
 TTY_PLATFORM_API void tty_ltrace_assert(const char *routine, int line, const char *expression);
 
-/* Puts the texts of a component's result codes in force.  Returns 0, or an error number. */
+/** Puts the texts of a component's result codes in force.  @return 0, or an error number */
 TTY_PLATFORM_API int qerr_register_dll(uint32_t component, const char *path);
 
-/* Returns the text of a result code, or NULL if its component is not registered or has none. */
+/** The text of a result code.  @return NULL if its component is not registered or has none */
 TTY_PLATFORM_API const char *qerr_strerror(uint32_t code);
 
-/* Guards a message against floods.  The logger's to use. */
+/** Guards a message against floods.  The logger's to use. */
 typedef struct tty_db_msg_limit_type {
-  uint32_t words[8];
+  uint32_t words[8]; /**< 1 and zeros, before the logger has used them */
 } tty_db_msg_limit_type;
 
-/* A system message: its text, who raises it and how severe it is. */
+/** A system message: its text, who raises it and how severe it is. */
 typedef struct tty_db_msg_rec_type {
-  void *reserved;
-  const char *format; /* printf-style */
-  tty_db_msg_limit_type *limit;
-  const char *facility;
-  const char *group;
-  const char *mnemonic;
-  uint16_t version;
-  uint16_t severity; /* 2: critical, 3: error */
-  uint32_t padding[3];
-  uint32_t id;
-  uint32_t padding_end;
+  void *reserved;               /**< not used */
+  const char *format;           /**< printf-style */
+  tty_db_msg_limit_type *limit; /**< a record of its own */
+  const char *facility;         /**< who raises it */
+  const char *group;            /**< a part of that */
+  const char *mnemonic;         /**< its name */
+  uint16_t version;             /**< of this record */
+  uint16_t severity;            /**< 2: critical, 3: error */
+  uint32_t padding[3];          /**< not used */
+  uint32_t id;                  /**< its number */
+  uint32_t padding_end;         /**< not used */
 } tty_db_msg_rec_type;
 
-/*
+/**
  * Raises a system message.
- *   record    a tty_db_msg_rec_type
- *   severity  the record's severity, followed by the arguments of the record's format
- * Returns 0; the library does not look at it.
+ * @param record a tty_db_msg_rec_type
+ * @param severity the record's severity, followed by the arguments of the record's format
+ * @return 0; the library does not look at it
  */
 TTY_PLATFORM_API int kel_errmsg(const void *record, int severity, ...);
 
-/* Announces that the calling thread is about to wait for `mutex`, and where. */
+/** Announces that the calling thread is about to wait for `mutex`, and where. */
 TTY_PLATFORM_API void ptd_set_mutex_block(pthread_mutex_t *mutex, const char *routine, int line);
 
-/* Withdraws the calling thread's announcement: its wait is over. */
+/** Withdraws the calling thread's announcement: its wait is over. */
 TTY_PLATFORM_API void ptd_unset_mutex_block(void);
 
-/* Asked from a library's destructor: not 0 while an explicit unload runs it, 0 once the process
+/** Asked from a library's destructor: not 0 while an explicit unload runs it, 0 once the process
  * exits. */
 TTY_PLATFORM_API int __in_dlclose(void);
 

@@ -1,6 +1,7 @@
-/*
- * tty_thread_block.h - the records of threads that wait for an entry's mutex, for whoever looks
- * into a process: a debugger, or a thread of its own.
+/**
+ * @file
+ * The records of threads that wait for an entry's mutex, for whoever looks into a process: a
+ * debugger, or a thread of its own.
  */
 #ifndef TTY_THREAD_BLOCK_H
 #define TTY_THREAD_BLOCK_H
@@ -14,25 +15,26 @@
 extern "C" {
 #endif
 
-/* What a waiting thread has announced.  A thread waits for one mutex at a time, and so has one
+/** What a waiting thread has announced.  A thread waits for one mutex at a time, and so has one
  * record. */
 typedef struct ptd_mutex_block {
-  struct ptd_mutex_block
-      *next; /* the record of the thread that announced its wait before this one */
-  pthread_mutex_t *mutex;
-  const char *routine;
-  int line;
-  int thread_id; /* the kernel's number of the waiting thread */
-  pthread_t thread;
+  struct ptd_mutex_block *next; /**< of the thread that announced its wait before this one */
+  pthread_mutex_t *mutex;       /**< what it waits for */
+  const char *routine;          /**< where it waits */
+  int line;                     /**< of the source */
+  int thread_id;                /**< the kernel's number of the waiting thread */
+  pthread_t thread;             /**< the waiting thread */
 } ptd_mutex_block;
 
-/* The waiting threads, latest first, for a debugger; a running program calls ptd_list_mutex_blocks.
- */
+/** The waiting threads, latest first, for a debugger; a running program calls
+ * ptd_list_mutex_blocks. */
 extern TTY_PLATFORM_API ptd_mutex_block *ptd_mutex_block_list;
 
-/*
- * Copies up to `max` records of waiting threads, latest first, into `blocks`; their `next` is NULL.
- * Returns how many threads are waiting, which may be more than `max`.
+/**
+ * Copies records of waiting threads, latest first; their `next` is NULL.
+ * @param[out] blocks where to
+ * @param max how many records fit there
+ * @return how many threads are waiting, which may be more than `max`
  */
 TTY_PLATFORM_API size_t ptd_list_mutex_blocks(ptd_mutex_block *blocks, size_t max);
 

@@ -34,11 +34,13 @@ declare -A provides=(
   [gnuplot-nox]=gnuplot
 )
 
-# present PACKAGE: says whether the command or the C++ header that a package provides is there.
+# present PACKAGE: says whether the command, the C++ header or the Python module that a package provides is there.
 present() {
   local what=${provides[$1]:-$1}
   if [[ $what == '<'* ]]; then
     g++ -fsyntax-only -x c++ - <<<"#include $what" 2>/dev/null
+  elif [[ $what == 'import '* ]]; then
+    /usr/bin/python3 -c "$what" 2>/dev/null
   else
     command -v "$what" >/dev/null
   fi
