@@ -63,11 +63,12 @@ check_readme() {
 
 # A copy as it is installed, in the hands of programs.
 check_installed() {
-  local prefix=$2/copy
+  local prefix=$2/copy libraries
   rm -rf "$2"
   cmake --install "$1" --prefix "$prefix"
   mkdir "$2/programs"
-  PKG_CONFIG_PATH=$prefix/lib/pkgconfig CMAKE_PREFIX_PATH=$prefix LD_LIBRARY_PATH=$prefix/lib \
+  libraries=$(dirname "$(find "$prefix" -name libttydb.a)")
+  PKG_CONFIG_PATH=$libraries/pkgconfig CMAKE_PREFIX_PATH=$prefix LD_LIBRARY_PATH=$libraries \
     "$here/programs.sh" "$2/programs"
   "$prefix/bin/tty-lines" --version
 }
