@@ -1,6 +1,7 @@
 # The manual: HTML and manual pages, of these documents and of the comments in the public headers.  The build
 # gives the version and where Doxygen has put what it read.
 
+import re
 from pathlib import Path
 
 from docutils import nodes
@@ -75,25 +76,48 @@ class ManPageTranslator(ManualPageTranslator):
             link = Path(self.builder.outdir, f"{other}.3")
             link.unlink(missing_ok=True)
             link.symlink_to(f"{page}.3")
-        synopsis = "".join(f".HP 4\n.B \"{function.astext()};\"\n" for function in functions)
+        synopsis = "".join(f".HP 4\n.B \"{self.prototype(function)};\"\n" for function in functions)
         return (
             title + name + ", ".join(names) + dash + subject
             + ".SH SYNOPSIS\n.nf\n.B #include <tty_db.h>\n.fi\n" + synopsis + ".SH DESCRIPTION\n"
         )
 
+    @staticmethod
+    def prototype(function):
+        """How a function is declared, to be broken between its parameters alone."""
+        words = " ".join(function.astext().split())
+        return words.replace(" ", "\\ ").replace(",\\ ", ", ")
+
     def visit_rubric(self, node):
         raise nodes.SkipNode
 
 
-def bundle_script(app, exception):
-    """Debian's furo has a script that imports another, which no browser does in a page from a file."""
-    script = Path(app.outdir, "_static/scripts/furo.js")
-    text = script.read_text() if script.exists() else ""
+def open_groups(app, document):
+    """What a group of the header says, and its members, stand on the page of the group without a frame."""
+    for description in list(document.findall(addnodes.desc)):
+        if description["objtype"] == "group":
+            description.replace_self(description[-1].children)
+
+
+def complete_theme(app, exception):
+    """Adds what Debian's build of furo lacks: its script imports another, which no browser does in a page that
+    is read from a file, and its style sheet does not follow the reader's preference for dark."""
+    static = Path(app.outdir, "_static")
+    if exception or not static.exists():
+        return
+    script = static / "scripts/furo.js"
+    text = script.read_text()
     if text.startswith("import "):
-        imported = script.with_name("gumshoe-patched.js").read_text()
-        script.write_text(imported + text[text.index("\n"):])
+        script.write_text((static / "scripts/gumshoe-patched.js").read_text() + text[text.index("\n"):])
+    style = static / "styles/furo.css"
+    text = style.read_text()
+    if "prefers-color-scheme" not in text:
+        dark = re.search(r'body\[data-theme="dark"\] (\{.*?\})', text, re.DOTALL)[1]
+        preference = "@media screen and (prefers-color-scheme: dark)"
+        style.write_text(text + preference + ' { body:not([data-theme="light"]) ' + dark + " }\n")
 
 
 def setup(app):
     app.set_translator("man", ManPageTranslator)
-    app.connect("build-finished", bundle_script)
+    app.connect("doctree-read", open_groups)
+    app.connect("build-finished", complete_theme)

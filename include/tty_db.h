@@ -410,12 +410,12 @@ TTY_DB_API uint32_t tty_db_iterate_end(tty_db_iterator_type *iterator_h);
 
 /**
  * @defgroup internal Building blocks
- * The routines behind the operations above, for code that is part of the library's own machinery.
- * They take no database lock and check no arguments: they assert what they require.  Should the
- * report of a failed assertion return, a routine that cannot go on leaves with
- * TTY_DB_ERR_INVALID_ARG, its outputs as after any other failure, and nothing changed.  REQUIRES:
- * arguments in the ranges given above, and the database's write lock held by the calling thread, or
- * for the lookups and the walk either lock, but where a comment says otherwise.
+ * The routines behind the operations, for code that is part of the library's own machinery.  They
+ * take no database lock and check no arguments: they assert what they require.  Should the report
+ * of a failed assertion return, a routine that cannot go on leaves with TTY_DB_ERR_INVALID_ARG, its
+ * outputs as after any other failure, and nothing changed.  REQUIRES: arguments in the ranges that
+ * the operations demand, and the database's write lock held by the calling thread, or for the
+ * lookups and the walk either lock, unless a description says otherwise.
  * @{
  */
 

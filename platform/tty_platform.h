@@ -6,8 +6,9 @@
  * provides first is what runs.  libttyplatform is the stand-in for a host that has no services of
  * its own; a host that has them replaces that library, or defines single functions in its program.
  *
- * Any thread may call any service at any time, but for tty_debug_initialize, tty_debug_cleanup and
- * qerr_register_dll, which the library calls from its load and unload hooks.
+ * Any thread may call any service at any time, but for tty_debug_initialize(),
+ * tty_debug_cleanup() and qerr_register_dll(), which the library calls from its load and unload
+ * hooks.
  */
 #ifndef TTY_PLATFORM_H
 #define TTY_PLATFORM_H
@@ -29,7 +30,7 @@ extern "C" {
 
 /** One trace category of a client.  A client reads `enabled` before it builds a trace line. */
 typedef struct tty_trace_category {
-  const char *client; /**< the name given to tty_debug_initialize */
+  const char *client; /**< the name given to tty_debug_initialize() */
   const char *name;   /**< its own name */
   uintptr_t enabled;  /**< not 0: lines of this category are wanted */
 } tty_trace_category;
@@ -55,7 +56,7 @@ TTY_PLATFORM_API void tty_debug_initialize(const char *name, uintptr_t registrat
                                            uintptr_t *registration_slot, int flags,
                                            tty_trace_context **context, uintptr_t *enabled);
 
-/** Ends the tracing that tty_debug_initialize set up, and frees the context. */
+/** Ends the tracing that tty_debug_initialize() set up, and frees the context. */
 TTY_PLATFORM_API void tty_debug_cleanup(const char *name, tty_trace_context *context,
                                         uintptr_t enabled);
 
@@ -68,8 +69,8 @@ TTY_PLATFORM_API void tty_debug_cleanup(const char *name, tty_trace_context *con
  * @param kind 0: a line inside a routine, 1: a routine's first line, 2: its last
  * @param routine where the line comes from
  * @param line its number in the source
- * @param format printf-style, with the directives %s, %d, %lu, %X and %x; every integer is passed
- *   as a 64-bit word and every pointer as a pointer, whatever its directive
+ * @param format printf-style, with the conversions s, d, lu, X and x; every integer is passed as a
+ *   64-bit word and every pointer as a pointer, whatever its conversion
  */
 TTY_PLATFORM_API void tty_trace(tty_trace_category *category, int level, int flags,
                                 uintptr_t registration, int kind, const char *routine, int line,
