@@ -107,6 +107,12 @@ const Operation kOperations[] = {
      [](World &w) { tty_db_iterate_end(w.iterator); }},
 };
 
+// The locks that have been created and not destroyed.
+long live_locks() {
+  return host::calls("pthread_mutex_init") - host::calls("pthread_mutex_destroy") +
+         host::calls("pthread_rwlock_init") - host::calls("pthread_rwlock_destroy");
+}
+
 // Runs an operation with its nth call failing, and writes the outcome to standard error.
 void run_with_failure(const Operation &operation, int nth) {
   World world(operation.options);
@@ -116,6 +122,7 @@ void run_with_failure(const Operation &operation, int nth) {
   const auto lines = world.database.lines();
   const auto counts = world.database.counts();
   const size_t allocations = host::live_allocations();
+  const long locks = live_locks();
   host::fail_call(nth, "", EINVAL);
   const uint32_t rc = operation.run(world);
   if (host::end_failing().empty()) {
@@ -132,6 +139,7 @@ void run_with_failure(const Operation &operation, int nth) {
     EXPECT_EQ(world.database.lines(), lines);
     EXPECT_EQ(world.database.counts(), counts);
     EXPECT_EQ(host::live_allocations(), allocations);
+    EXPECT_EQ(live_locks(), locks);
     EXPECT_EQ(operation.run(world), 0u);
   }
   operation.finish(world);

@@ -37,6 +37,7 @@ bool announce = false;
 tty_trace_category categories[5];
 tty_trace_context context = {categories, 5};
 uintptr_t *trace_switch = nullptr;
+constexpr uintptr_t kRegistration = 42;  // what the facility keeps in the library's slot
 
 // What threads record and look up, under one lock.
 struct Records {
@@ -163,7 +164,8 @@ std::string result_name(uint32_t rc) {
 }  // namespace host
 
 void tty_debug_initialize(const char *client, uintptr_t, const char *const *category_names,
-                          uintptr_t *, int, tty_trace_context **out, uintptr_t *enabled) {
+                          uintptr_t *slot, int, tty_trace_context **out, uintptr_t *enabled) {
+  slot[1] = kRegistration;
   for (int i = 0; category_names[i] != nullptr; ++i) categories[i] = {client, category_names[i], 1};
   *out = &context;
   trace_switch = enabled;
@@ -171,13 +173,14 @@ void tty_debug_initialize(const char *client, uintptr_t, const char *const *cate
 
 void tty_debug_cleanup(const char *, tty_trace_context *, uintptr_t) {}
 
-void tty_trace(tty_trace_category *category, int level, int flags, uintptr_t, int kind,
+void tty_trace(tty_trace_category *category, int level, int flags, uintptr_t registration, int kind,
                const char *routine, int line, const char *format, ...) {
   va_list args;
   va_start(args, format);
   const std::string text = format_words(format, args);
   va_end(args);
-  const bool sound = level == 5 && flags == 0 && line > 0 && (kind != 2 || leaves(routine, text));
+  const bool sound = level == 5 && flags == 0 && registration == kRegistration && line > 0 &&
+                     (kind != 2 || leaves(routine, text));
   if (kind == 1) routines.emplace_back(routine);
   const std::string point =
       std::string(category->name) + (kind == 1 ? " > " : " . ") + routine + ": ";
@@ -246,12 +249,13 @@ struct {
 } thread_local fault;
 
 bool fails(const char *function) {
-  {
+  const bool meant =
+      fault.nth != 0 && (fault.function.empty() || fault.function == function) && --fault.nth == 0;
+  if (!meant) {
     const Guard guard(records().lock);
     ++records().calls[function];
+    return false;
   }
-  if (fault.nth == 0 || (!fault.function.empty() && fault.function != function)) return false;
-  if (--fault.nth != 0) return false;
   fault.failed = function;
   if (announce) fprintf(stderr, "failing %s\n", function);
   return true;

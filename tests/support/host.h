@@ -51,7 +51,8 @@ std::string end_failing();
 // error.
 void announce_to_stderr();
 
-// Number of calls that the process has made of a function that can be made to fail.
+// Number of calls that the process has made of a function that can be made to fail, and that have
+// not been.
 long calls(const std::string &function);
 
 // Allocations of the library's that are not freed yet.
