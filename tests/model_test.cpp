@@ -13,7 +13,7 @@ class ModelTest : public testing::TestWithParam<std::tuple<uint32_t, bool>> {};
 TEST_P(ModelTest, RandomOperationsMatchTheModel) {
   const auto [options, traced] = GetParam();
   host::trace(traced);
-  for (unsigned seed = 1; seed <= (traced ? 2 : 8); ++seed) {
+  for (unsigned seed = 1; seed <= (traced ? 2 : 5); ++seed) {
     std::mt19937 random(seed);
     Model model(options, [&](uint32_t bound) { return static_cast<uint32_t>(random() % bound); });
     for (int step = 0; step < (traced ? 400 : 1500) && !HasFailure(); ++step) {
