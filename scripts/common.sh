@@ -10,16 +10,34 @@ mkdir -p "$logs"
 
 say() { printf '== %s\n' "$*"; }
 
-# step NAME COMMAND...: runs a command as a step; ends the script if it fails.
+# How many seconds a step may take.
+step_limit=1800
+
+# end_group GROUP: ends a group of processes, those that do not want to after ten seconds.
+end_group() {
+  kill -TERM -- "-$1" 2>/dev/null || return 0
+  timeout 10 bash -c "while kill -0 -- -$1; do sleep 0.1; done" 2>/dev/null || kill -KILL -- "-$1"
+}
+
+# step NAME COMMAND...: runs a command as a step; ends the script if it fails, and ends it if it hangs.
 step() {
-  local name=$1 log status
+  local name=$1 log pid status=0
   log=$logs/${name//[^A-Za-z0-9]/-}.log
   say "$name"
-  # Not in a condition, where the first failure within a function would not end it.
-  set +e
-  (set -e && "${@:2}") >"$log" 2>&1 </dev/null
-  status=$?
-  set -e
+  # In a process group of its own, which can be ended with all that it has started.  Not in a condition, where the
+  # first failure within a function would not end it.
+  set -m
+  (set -e && "${@:2}") >"$log" 2>&1 </dev/null &
+  pid=$!
+  set +m
+  # shellcheck disable=SC2064 # this step's
+  trap "end_group $pid" EXIT
+  if ! timeout --foreground "$step_limit" tail -s 0.1 --pid="$pid" -f /dev/null; then
+    printf 'ended, as it has not done so in %d seconds: %s\n' "$step_limit" "$name" >&2
+    end_group "$pid"
+  fi
+  wait "$pid" || status=$?
+  trap - EXIT
   if [[ $status != 0 ]]; then
     tail -n 100 "$log" >&2
     printf 'failed: %s (status %d, all of it in %s)\n' "$name" "$status" "${log#"$root"/}" >&2
