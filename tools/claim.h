@@ -5,12 +5,21 @@
 #include <cstdint>
 #include <optional>
 #include <set>
+#include <string>
+#include <tuple>
 #include <vector>
 
 #include "scan.h"
 #include "tty_db.hpp"
 
 namespace tty_lines {
+
+// What sets the lines of a driver apart: category by the line's name, path and name of the driver.
+using DriverKey = std::tuple<std::uint32_t, std::string, std::string>;
+
+inline DriverKey driver_key(const ScannedLine& line) {
+  return {line.place.category, line.driver_path, line.cells[kDriver]};
+}
 
 struct Claim {
   const ScannedLine* line;

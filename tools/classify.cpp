@@ -1,7 +1,8 @@
 #include "classify.h"
 
-#include <algorithm>
 #include <cstddef>
+
+#include "parse.h"
 
 namespace tty_lines {
 namespace {
@@ -16,28 +17,18 @@ struct Family {
 constexpr Family kFamilies[] = {
     {"tty", kVirtualConsole},      {"ttyS", kSerial},
     {"ttyAMA", kSerial},           {"ttyUSB", kUsbSerial},
-    {"ttyACM", kUsbSerial},        {"hvc", kVirtualisedConsole},
-    {"hvsi", kVirtualisedConsole}, {"hvcs", kVirtualisedConsole},
-    {"xvc", kVirtualisedConsole},
+    {"ttyACM", kUsbSerial},        {"pts/", kPseudoTerminal},
+    {"hvc", kVirtualisedConsole},  {"hvsi", kVirtualisedConsole},
+    {"hvcs", kVirtualisedConsole}, {"xvc", kVirtualisedConsole},
 };
 
 }  // namespace
 
-std::optional<std::uint32_t> parse_number(std::string_view text) {
-  if (text.empty()) return std::nullopt;
-  std::uint64_t value = 0;
-  for (const char c : text) {
-    if (c < '0' || c > '9') return std::nullopt;
-    value = std::min<std::uint64_t>(value * 10 + static_cast<std::uint64_t>(c - '0'), UINT32_MAX);
-  }
-  return static_cast<std::uint32_t>(value);
-}
-
 Class classify(std::string_view name, std::string_view driver_type) {
   const std::size_t prefix_size = name.find_last_not_of("0123456789") + 1;
+  if (prefix_size == name.size()) return {kOther, std::nullopt};
   const std::string_view prefix = name.substr(0, prefix_size);
-  const auto number = parse_number(name.substr(prefix_size));
-  if (!number) return {kOther, std::nullopt};
+  const std::uint32_t number = parse_number(name.substr(prefix_size)).value_or(UINT32_MAX);
 
   for (const Family& family : kFamilies) {
     if (prefix == family.prefix) return {family.category, number};

@@ -2,9 +2,12 @@
 #ifndef TTYDB_TOOLS_CLASSIFY_H
 #define TTYDB_TOOLS_CLASSIFY_H
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string_view>
+
+#include "tty_db.h"
 
 namespace tty_lines {
 
@@ -17,16 +20,18 @@ enum Category : std::uint32_t {
   kOther = 5,
 };
 
+// What the kinds of lines are called, by category.
+constexpr std::array<const char*, TTY_CATEGORY_MAX + 1> kKinds = {"console", "serial",  "usb",
+                                                                  "pty",     "virtual", "other"};
+
 struct Class {
   std::uint32_t category;
-  // The number in the name, at most UINT32_MAX; none in kOther, whose ids are given out.
+  // The number in the name, UINT32_MAX if it is above that; none in kOther, whose ids are given
+  // out.
   std::optional<std::uint32_t> number;
 };
 
-// The value of a non-empty string of digits, UINT32_MAX if it is above that; none for other text.
-std::optional<std::uint32_t> parse_number(std::string_view text);
-
-// Classifies a line of the kernel's list; pseudo-terminals are not in it.
+// Classifies a line by its name below /dev.
 Class classify(std::string_view name, std::string_view driver_type);
 
 }  // namespace tty_lines

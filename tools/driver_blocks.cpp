@@ -29,24 +29,23 @@ Positions known(const std::vector<Claim*>& group, std::optional<ttydb::line> Cla
 }
 
 std::string describe(const std::string& name, const std::string& path) {
-  return name.empty() ? "no driver" : "driver '" + name + "' (" + path + ")";
+  return path.empty() ? "no driver" : "driver '" + name + "' (" + path + ")";
 }
 
 }  // namespace
 
 void DriverBlocks::arrange(std::vector<Claim>& claims, std::vector<std::string>& reports) {
-  std::map<Key, Group> groups;
+  std::map<DriverKey, Group> groups;
   for (Claim& claim : claims) {
-    groups[{claim.line->place.category, claim.line->driver_path, claim.line->driver}].push_back(
-        &claim);
+    groups[driver_key(*claim.line)].push_back(&claim);
   }
   shrink(groups);
   assign_positions(claims);
 
   // A driver that has ids lower than another's comes before it, and all that fit come before the
   // displaced ones, which take what is left.
-  std::vector<std::pair<ttydb::line, Key>> order;
-  std::vector<Key> displaced;
+  std::vector<std::pair<ttydb::line, DriverKey>> order;
+  std::vector<DriverKey> displaced;
   for (const auto& [key, group] : groups) {
     const Positions positions = known(group, &Claim::position);
     if (positions.empty()) {
@@ -59,7 +58,7 @@ void DriverBlocks::arrange(std::vector<Claim>& claims, std::vector<std::string>&
   for (const auto& [first, key] : order) {
     if (!fit(key, groups[key])) displaced.push_back(key);
   }
-  for (const Key& key : displaced) displace(key, groups[key]);
+  for (const DriverKey& key : displaced) displace(key, groups[key]);
 
   for (const auto& [key, group] : groups) {
     const auto& [category, path, name] = key;
@@ -85,7 +84,7 @@ std::vector<ttydb::block_details> DriverBlocks::details() const {
 }
 
 // Gives up the ids whose lines have gone, before others ask for them.
-void DriverBlocks::shrink(const std::map<Key, Group>& groups) {
+void DriverBlocks::shrink(const std::map<DriverKey, Group>& groups) {
   for (auto next = owned_.begin(); next != owned_.end();) {
     const auto owned = next++;
     const auto group = groups.find(owned->first);
@@ -106,7 +105,7 @@ void DriverBlocks::assign_positions(std::vector<Claim>& claims) {
   std::set<std::uint32_t> taken = taken_ids(claims);
   for (Claim& claim : claims) {
     const ScannedLine& line = *claim.line;
-    const auto found = owned_.find({line.place.category, line.driver_path, line.driver});
+    const auto found = owned_.find(driver_key(line));
     const Owned owned = found == owned_.end() ? Owned{} : found->second;
     if (claim.current) {
       claim.position = claim.current;
@@ -150,7 +149,7 @@ std::optional<std::uint32_t> DriverBlocks::lowest_free_run(std::uint32_t count) 
 
 // Makes the driver's block hold the positions of its lines; false if another driver's is in the
 // way.
-bool DriverBlocks::fit(const Key& key, const Group& group) {
+bool DriverBlocks::fit(const DriverKey& key, const Group& group) {
   const Range range(known(group, &Claim::position));
   const auto& [category, path, name] = key;
   const auto owned = owned_.find(key);
@@ -168,7 +167,7 @@ bool DriverBlocks::fit(const Key& key, const Group& group) {
 }
 
 // Gives the driver a new block in kOther, for all its lines.
-void DriverBlocks::displace(const Key& key, const Group& group) {
+void DriverBlocks::displace(const DriverKey& key, const Group& group) {
   if (const auto owned = owned_.find(key); owned != owned_.end()) {
     owned->second.block.release();
     owned_.erase(owned);

@@ -12,7 +12,6 @@
 #include <optional>
 #include <set>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "claim.h"
@@ -34,24 +33,22 @@ class DriverBlocks {
   std::vector<ttydb::block_details> details() const;
 
  private:
-  // Category by the line's name, path and name of the driver.
-  using Key = std::tuple<std::uint32_t, std::string, std::string>;
   using Group = std::vector<Claim*>;
   struct Owned {
     ttydb::block block;
     bool displaced;
   };
 
-  void shrink(const std::map<Key, Group>& groups);
+  void shrink(const std::map<DriverKey, Group>& groups);
   void assign_positions(std::vector<Claim>& claims);
   std::optional<std::uint32_t> lowest_free_id(const std::set<std::uint32_t>& taken,
                                               ttydb::block own) const;
   std::optional<std::uint32_t> lowest_free_run(std::uint32_t count) const;
-  bool fit(const Key& key, const Group& group);
-  void displace(const Key& key, const Group& group);
+  bool fit(const DriverKey& key, const Group& group);
+  void displace(const DriverKey& key, const Group& group);
 
   ttydb::database& db_;
-  std::map<Key, Owned> owned_;
+  std::map<DriverKey, Owned> owned_;
 };
 
 }  // namespace tty_lines

@@ -5,25 +5,45 @@
 #include <chrono>
 #include <cstdint>
 #include <optional>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <vector>
 
+#include "columns.h"
 #include "scan.h"
+#include "table.h"
 
 namespace tty_lines {
 
+enum class Action { kList, kListColumns, kHelp, kVersion };
+
 struct Options {
+  Action action = Action::kList;
   Roots roots;
-  bool help = false;
-  bool version = false;
-  bool json = false;
+  Format format = Format::kTable;
+  bool headings = true;
+  bool all = false;
   bool by_driver = false;
+  std::vector<Column> columns;  // that the user has chosen
+  bool default_columns = true;  // the default ones come before those
+  std::set<std::string> kinds;  // none: every kind
   std::optional<std::uint32_t> category;
-  std::optional<std::chrono::nanoseconds> watch;  // the time between two scans
+  std::optional<std::chrono::nanoseconds> watch;  // the longest time between two scans
+
+  // Whoever names lines gets them, idle or not.
+  bool hides_idle() const { return !all && kinds.empty() && !category; }
 };
 
 extern const char* const kUsage;
 
-// None, after a line on standard error, if the command line is bad.
-std::optional<Options> parse_options(int argc, char** argv);
+// What is wrong with a command line; empty if getopt has said it already.
+struct UsageError : std::runtime_error {
+  using runtime_error::runtime_error;
+};
+
+// Throws a UsageError.
+Options parse_options(int argc, char** argv);
 
 }  // namespace tty_lines
 

@@ -1,191 +1,196 @@
 #include "scan.h"
 
-#include <dirent.h>
+#include <asm/termbits.h>
 #include <fcntl.h>
+#include <linux/major.h>
+#include <pwd.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
-#include <termios.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <cstddef>
-#include <memory>
-#include <system_error>
+#include <map>
+#include <set>
+#include <sstream>
 #include <utility>
 
-#include "drivers.h"
+#include "files.h"
+#include "hardware.h"
+#include "users.h"
+
+// Where speeds have always been numbers there is no second form of the settings.
+#ifndef TCGETS2
+#define TCGETS2 TCGETS
+#define termios2 termios
+#endif
 
 namespace tty_lines {
 namespace {
 
-// The majors of the slave sides of pseudo-terminals.
-constexpr std::uint32_t kFirstPtyMajor = 136;
-constexpr std::uint32_t kLastPtyMajor = 143;
+constexpr const char* kActiveConsole = "tty0";  // another name for it
 
-constexpr std::pair<speed_t, std::uint32_t> kSpeeds[] = {
-    {B50, 50},           {B75, 75},           {B110, 110},         {B134, 134},
-    {B150, 150},         {B200, 200},         {B300, 300},         {B600, 600},
-    {B1200, 1200},       {B1800, 1800},       {B2400, 2400},       {B4800, 4800},
-    {B9600, 9600},       {B19200, 19200},     {B38400, 38400},     {B57600, 57600},
-    {B115200, 115200},   {B230400, 230400},   {B460800, 460800},   {B500000, 500000},
-    {B576000, 576000},   {B921600, 921600},   {B1000000, 1000000}, {B1152000, 1152000},
-    {B1500000, 1500000}, {B2000000, 2000000}, {B2500000, 2500000}, {B3000000, 3000000},
-    {B3500000, 3500000}, {B4000000, 4000000},
+// The lines that are no devices of their own.
+constexpr std::pair<const char*, const char*> kPhrases[] = {
+    {"console", "stands for the system console"},
+    {"ptmx", "makes new pseudo-terminals"},
+    {"tty", "stands for the terminal of each process"},
+    {kActiveConsole, "stands for the active virtual console"},
 };
 
-class Descriptor {
- public:
-  explicit Descriptor(int fd) : fd_(fd) {}
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  ~Descriptor() {
-    if (fd_ >= 0) close(fd_);
-  }
-  int get() const { return fd_; }
-
- private:
-  int fd_;
-};
-
-[[noreturn]] void fail(const std::string& path) {
-  throw std::system_error(errno, std::generic_category(), path);
+std::vector<Driver> read_drivers(const std::string& proc) {
+  const std::string path = proc + "/tty/drivers";
+  const auto text = read_file(AT_FDCWD, path);
+  if (!text) fail(path);
+  return parse_drivers(*text);
 }
 
-// The whole of a file; none, with errno set, if it cannot be read.
-std::optional<std::string> read_file(int directory, const std::string& path) {
-  const Descriptor file(openat(directory, path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (file.get() < 0) return std::nullopt;
-  std::string text;
-  std::array<char, 4096> buffer;
-  for (;;) {
-    const ssize_t size = read(file.get(), buffer.data(), buffer.size());
-    if (size == 0) return text;
-    if (size > 0) {
-      text.append(buffer.data(), static_cast<std::size_t>(size));
-    } else if (errno != EINTR) {
-      return std::nullopt;
-    }
-  }
+// The virtual consoles that are on the screen, or that the kernel's messages go to.
+std::set<std::string> read_active_consoles(const std::string& class_path) {
+  std::istringstream words(read_line(AT_FDCWD, class_path + "/tty0/active") + ' ' +
+                           read_line(AT_FDCWD, class_path + "/console/active"));
+  std::set<std::string> names;
+  for (std::string name; words >> name;) names.insert(name);
+  names.erase(kActiveConsole);
+  return names;
 }
 
-// Calls visit(directory descriptor, name) for each name in a root directory.
-template <class Visit>
-void for_each_name(const std::string& path, Visit visit) {
-  const std::unique_ptr<DIR, int (*)(DIR*)> directory(opendir(path.c_str()), &closedir);
-  if (directory == nullptr) fail(path);
-  for (;;) {
-    errno = 0;
-    const dirent* found = readdir(directory.get());
-    if (found == nullptr) break;
-    const std::string name = found->d_name;
-    if (name != "." && name != "..") visit(dirfd(directory.get()), name);
-  }
-  if (errno != 0) fail(path);
+Device device_of(const struct stat& status) {
+  return {major(status.st_rdev), minor(status.st_rdev)};
 }
 
-// Parses "MAJOR:MINOR" and a line end.
-std::optional<Device> parse_device(std::string_view text) {
-  if (!text.empty() && text.back() == '\n') text.remove_suffix(1);
-  const std::size_t colon = text.find(':');
-  if (colon == std::string_view::npos) return std::nullopt;
-  const auto major = parse_number(text.substr(0, colon));
-  const auto minor = parse_number(text.substr(colon + 1));
-  if (!major || !minor) return std::nullopt;
-  return Device{*major, *minor};
-}
-
-std::optional<std::uint32_t> baud(speed_t speed) {
-  for (const auto& [constant, value] : kSpeeds) {
-    if (constant == speed) return value;
-  }
-  return std::nullopt;
-}
-
-// Asks a pseudo-terminal for its state, without blocking or becoming the controlling terminal of
-// this process.  One that is locked or exclusive cannot be opened: its state stays unknown.  None
-// if it has vanished.
-std::optional<TerminalState> read_state(int directory, const std::string& name, dev_t device) {
-  TerminalState state;
+// Asks a pseudo-terminal for its size and speed, without blocking or becoming the controlling
+// terminal of this process.  One that is locked or exclusive cannot be opened: its state stays
+// unknown.  False if it has vanished.
+bool read_state(int directory, const std::string& name, dev_t device, Cells& cells) {
   const Descriptor terminal(
       openat(directory, name.c_str(), O_RDONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
   if (terminal.get() < 0) {
-    if (errno == ENOENT) return std::nullopt;
-    return state;
+    fail_if_exhausted(name);
+    return errno != ENOENT;
   }
   struct stat status = {};
-  if (fstat(terminal.get(), &status) != 0 || status.st_rdev != device) return std::nullopt;
+  if (fstat(terminal.get(), &status) != 0 || status.st_rdev != device) return false;
   winsize size = {};
-  if (ioctl(terminal.get(), TIOCGWINSZ, &size) == 0) {
-    state.size = WindowSize{size.ws_row, size.ws_col};
+  if (ioctl(terminal.get(), TIOCGWINSZ, &size) == 0 && (size.ws_col != 0 || size.ws_row != 0)) {
+    cells[kSize] = std::to_string(size.ws_col) + 'x' + std::to_string(size.ws_row);
   }
-  termios settings = {};
-  if (tcgetattr(terminal.get(), &settings) == 0) state.speed = baud(cfgetispeed(&settings));
-  const pid_t foreground = tcgetpgrp(terminal.get());
-  if (foreground > 0) state.foreground = foreground;
-  return state;
+  termios2 settings = {};
+  if (ioctl(terminal.get(), TCGETS2, &settings) == 0) {
+    cells[kSpeed] = std::to_string(settings.c_ospeed);
+  }
+  return true;
 }
 
-void set_driver(ScannedLine& line, const Driver* driver) {
-  if (driver == nullptr) return;
-  line.driver = driver->name;
-  line.driver_path = driver->path;
-}
+class Scan {
+ public:
+  explicit Scan(const Roots& roots)
+      : roots_(roots),
+        class_path_(roots.sysfs + "/class/tty"),
+        drivers_(read_drivers(roots.proc)),
+        users_(find_users(roots.proc)),
+        active_consoles_(read_active_consoles(class_path_)) {}
 
-void scan_kernel_list(const std::string& path, const std::vector<Driver>& drivers,
-                      std::vector<ScannedLine>& lines) {
-  for_each_name(path, [&](int directory, const std::string& name) {
-    const auto text = read_file(directory, name + "/dev");
-    if (!text && (errno == ENOENT || errno == ENOTDIR || errno == ENODEV)) return;
+  std::vector<ScannedLine> lines() {
+    const auto add_kernel_line = [this](int directory, const std::string& name) {
+      struct stat status = {};
+      const auto device = parse_device(read_file(directory, name + "/dev").value_or(""));
+      // An entry that is still there says nothing of its device; otherwise it has vanished.
+      if (!device && fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return;
+      ScannedLine line = identify(name, device);
+      const bool has_no_chip = read_hardware(directory, name, line.cells);
+      add(std::move(line), has_no_chip);
+    };
+    const auto add_pseudo_terminal = [this](int directory, const std::string& number) {
+      const std::string name = "pts/" + number;
+      if (classify(name, "").category != kPseudoTerminal) return;
+      struct stat status = {};
+      const bool known = fstatat(directory, number.c_str(), &status, 0) == 0;
+      if (!known && fstatat(directory, number.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return;
+      ScannedLine line = identify(name, known ? std::optional(device_of(status)) : std::nullopt);
+      if (may_open(status) && !read_state(directory, number, status.st_rdev, line.cells)) return;
+      add(std::move(line), false);
+    };
+    if (!for_each_name(AT_FDCWD, class_path_, add_kernel_line)) fail(class_path_);
+    const std::string pts = roots_.dev + "/pts";
+    if (!for_each_name(AT_FDCWD, pts, add_pseudo_terminal)) fail(pts);
+    std::sort(lines_.begin(), lines_.end(), [](const ScannedLine& left, const ScannedLine& right) {
+      return left.name < right.name;
+    });
+    return std::move(lines_);
+  }
+
+ private:
+  // A pseudo-terminal that nobody has open is not opened: to close it again would look to the
+  // program on its other side as if its user had hung up.  Another machine's processes do not tell
+  // who has it open.
+  bool may_open(const struct stat& status) const {
+    const Device device = device_of(status);
+    return S_ISCHR(status.st_mode) && device.major >= UNIX98_PTY_SLAVE_MAJOR &&
+           device.major < UNIX98_PTY_SLAVE_MAJOR + UNIX98_PTY_MAJOR_COUNT &&
+           (users_.count(device) != 0 || roots_.proc != Roots{}.proc);
+  }
+
+  ScannedLine identify(const std::string& name, std::optional<Device> device) const {
     ScannedLine line;
     line.name = name;
-    if (text) line.device = parse_device(*text);
-    const Driver* driver =
-        line.device ? find_driver(drivers, line.device->major, line.device->minor) : nullptr;
-    set_driver(line, driver);
+    line.device = device;
+    const Driver* const driver = device ? find_driver(drivers_, *device) : nullptr;
     line.place = classify(name, driver == nullptr ? "" : driver->type);
-    lines.push_back(std::move(line));
-  });
-}
-
-void scan_pseudo_terminals(const std::string& path, const std::vector<Driver>& drivers,
-                           std::vector<ScannedLine>& lines) {
-  for_each_name(path, [&](int directory, const std::string& name) {
-    const auto number = parse_number(name);
-    struct stat status = {};
-    if (!number || fstatat(directory, name.c_str(), &status, 0) != 0) return;
-    ScannedLine line;
-    line.name = "pts/" + name;
-    line.device = Device{major(status.st_rdev), minor(status.st_rdev)};
-    set_driver(line, find_driver(drivers, line.device->major, line.device->minor));
-    line.place = {kPseudoTerminal, number};
-    if (S_ISCHR(status.st_mode) && line.device->major >= kFirstPtyMajor &&
-        line.device->major <= kLastPtyMajor) {
-      const auto state = read_state(directory, name, status.st_rdev);
-      if (!state) return;
-      line.state = *state;
+    line.cells[kKind] = kKinds[line.place.category];
+    if (driver != nullptr) {
+      line.cells[kDriver] = driver->name;
+      line.driver_path = driver->path;
     }
-    lines.push_back(std::move(line));
-  });
-}
+    return line;
+  }
+
+  // Adds a line, with who uses it.
+  void add(ScannedLine line, bool has_no_chip) {
+    const auto user = line.device ? users_.find(*line.device) : users_.end();
+    if (user != users_.end()) {
+      line.cells[kPid] = std::to_string(user->second.pid);
+      line.cells[kCommand] = user->second.command;
+    }
+    line.cells[kOwner] = owner(roots_.dev + '/' + line.name);
+    for (const auto& [name, phrase] : kPhrases) {
+      if (line.name == name) line.cells[kDetail] = phrase;
+    }
+    const bool active = active_consoles_.count(line.name) != 0;
+    const bool console = line.place.category == kVirtualConsole;
+    if (console && active) line.cells[kDetail] = "active console";
+    line.idle = has_no_chip || (console && !active && user == users_.end());
+    lines_.push_back(std::move(line));
+  }
+
+  // Who owns a file, by name if there is one; empty if there is no such file.
+  std::string owner(const std::string& path) {
+    struct stat status = {};
+    if (stat(path.c_str(), &status) != 0) return "";
+    const auto [known, is_new] = owners_.try_emplace(status.st_uid, std::to_string(status.st_uid));
+    if (is_new) {
+      errno = 0;
+      if (const passwd* const user = getpwuid(status.st_uid)) {
+        known->second = user->pw_name;
+      } else {
+        fail_if_exhausted(path);
+      }
+    }
+    return known->second;
+  }
+
+  const Roots& roots_;
+  std::string class_path_;
+  std::vector<Driver> drivers_;
+  std::map<Device, User> users_;
+  std::set<std::string> active_consoles_;
+  std::map<uid_t, std::string> owners_;
+  std::vector<ScannedLine> lines_;
+};
 
 }  // namespace
 
-std::vector<ScannedLine> scan(const Roots& roots) {
-  const std::string drivers_path = roots.proc + "/tty/drivers";
-  const auto text = read_file(AT_FDCWD, drivers_path);
-  if (!text) fail(drivers_path);
-  const std::vector<Driver> drivers = parse_drivers(*text);
-
-  std::vector<ScannedLine> lines;
-  scan_kernel_list(roots.sysfs + "/class/tty", drivers, lines);
-  scan_pseudo_terminals(roots.dev + "/pts", drivers, lines);
-  std::sort(lines.begin(), lines.end(), [](const ScannedLine& left, const ScannedLine& right) {
-    return left.name < right.name;
-  });
-  return lines;
-}
+std::vector<ScannedLine> scan(const Roots& roots) { return Scan(roots).lines(); }
 
 }  // namespace tty_lines

@@ -4,14 +4,13 @@
 #ifndef TTYDB_TOOLS_SCAN_H
 #define TTYDB_TOOLS_SCAN_H
 
-#include <sys/types.h>
-
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "classify.h"
+#include "columns.h"
+#include "parse.h"
 
 namespace tty_lines {
 
@@ -22,38 +21,18 @@ struct Roots {
   std::string dev = "/dev";
 };
 
-struct Device {
-  std::uint32_t major;
-  std::uint32_t minor;
-
-  friend bool operator==(Device left, Device right) {
-    return left.major == right.major && left.minor == right.minor;
-  }
-};
-
-struct WindowSize {
-  std::uint16_t rows;
-  std::uint16_t columns;
-};
-
-// What a pseudo-terminal tells when asked; each value only where it could be read.
-struct TerminalState {
-  std::optional<WindowSize> size;
-  std::optional<std::uint32_t> speed;  // baud
-  std::optional<pid_t> foreground;     // process group
-};
-
 struct ScannedLine {
   std::string name;
   std::optional<Device> device;  // none if the kernel's list does not tell it
-  std::string driver;            // empty if the drivers table has none for the device
   std::string driver_path;       // tells drivers of one name apart
-  Class place;
-  TerminalState state;
+  Class place{};
+  bool idle = false;  // a port without a chip, or a virtual console that nobody uses
+  Cells cells;        // but those of the name, the device and the position
 };
 
 // The lines of the machine in order of name.  A line that vanishes during the scan is left out.
-// Throws std::system_error, with the path, if a root is missing or cannot be read.
+// Throws std::system_error, with the path, if a root is missing or cannot be read, or if the
+// process has run out of descriptors or memory.
 std::vector<ScannedLine> scan(const Roots& roots);
 
 }  // namespace tty_lines

@@ -1,109 +1,102 @@
-// Prints listings as tables of aligned columns.
-#include <algorithm>
-#include <cstddef>
+#include "table.h"
 
-#include "print.h"
+#include <algorithm>
+#include <cstdlib>
+#include <new>
+#include <utility>
+
 #include "text.h"
 
 namespace tty_lines {
 namespace {
 
-using Row = std::vector<std::string>;
-
-constexpr const char* kUnknown = "-";
-
 template <class T>
-std::string number(const std::optional<T>& value) {
-  return value ? std::to_string(*value) : kUnknown;
+T* require(T* made) {
+  if (made == nullptr) throw std::bad_alloc();
+  return made;
 }
 
-std::string text_or_unknown(const std::string& text) {
-  return text.empty() ? kUnknown : printable(text);
+// Text that libsmartcols prints as it stands, but for the quoting of JSON and for raw output, which
+// has escapes of its own.
+std::string prepare(Column column, const std::string& text, Format format) {
+  if (format == Format::kTable) return printable(text);
+  if (format == Format::kRaw) return text;
+  // The size is a number of a block, and of a terminal two, which is a string.
+  return column == kSize && text.find('x') != std::string::npos ? '"' + text + '"' : valid(text);
 }
 
-// The columns that lists and changes have in common.
-Row identity(const Terminal& terminal) {
-  return {std::to_string(terminal.position.category), std::to_string(terminal.position.id),
-          text_or_unknown(terminal.name),
-          std::to_string(terminal.device.major) + ':' + std::to_string(terminal.device.minor),
-          text_or_unknown(terminal.driver)};
-}
-
-std::string bold(const std::string& text, Style style) {
-  return style.colour ? "\x1b[1m" + text + "\x1b[0m" : text;
-}
-
-// Columns as wide as their widest cell.  A column is aligned right if `numeric` has 'n' for it.
-std::string aligned(const std::vector<Row>& rows, const std::string& numeric, Style style) {
-  std::vector<std::size_t> widths(numeric.size());
-  for (const Row& row : rows) {
-    for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], width(row[i]));
-  }
-
+// A pretty-printed document without its line ends and indents: strings have none of the former.
+std::string one_line(const std::string& document) {
   std::string out;
-  for (const Row& row : rows) {
-    std::string text;
-    for (std::size_t i = 0; i < row.size(); ++i) {
-      const std::string padding(widths[i] - width(row[i]), ' ');
-      text += (i == 0 ? "" : "  ") + (numeric[i] == 'n' ? padding + row[i] : row[i] + padding);
-    }
-    text.erase(text.find_last_not_of(' ') + 1);
-    const bool header = &row == &rows.front();
-    out += (header ? bold(text, style) : text) + '\n';
-    if (!header || style.rule == nullptr) continue;
-    for (std::size_t i = 0; i < widths.size(); ++i) {
-      if (i != 0) out += "  ";
-      for (std::size_t k = 0; k < widths[i]; ++k) out += style.rule;
-    }
-    out += '\n';
+  bool indent = false;
+  for (const char c : document) {
+    indent = c == '\n' || (indent && c == ' ');
+    if (!indent) out += c;
   }
-  return out;
+  return out + '\n';
 }
 
-std::string totals_line(const Totals& totals) {
-  std::string out = std::to_string(totals.held.lines) + " lines, " +
-                    std::to_string(totals.held.blocks) + " blocks; by category";
-  for (std::size_t category = 0; category < totals.by_category.size(); ++category) {
-    out += (category == 0 ? " " : ", ") + std::to_string(category) + ": " +
-           std::to_string(totals.by_category[category]);
+// Where the terminal is narrow driver and detail give way first, and the name last; tables of
+// events that follow one another are to look as one.
+double width_hint(Column column, Shape shape) {
+  switch (column) {
+    case kName:
+      return shape == Shape::kEvents ? 8 : 0.25;
+    case kKind:
+      return shape == Shape::kEvents ? 7 : 0;
+    case kDriver:
+      return 0.1;
+    case kDetail:
+      return 0.3;
+    default:
+      return 0;
   }
-  return out + "; " + std::to_string(totals.not_registrable) + " not registrable\n";
 }
 
 }  // namespace
 
-std::string table(const Listing& listing, Style style) {
-  std::vector<Row> rows = {
-      {"CATEGORY", "ID", "NAME", "DEVICE", "DRIVER", "SIZE", "SPEED", "FOREGROUND"}};
-  for (const auto& [terminal, state] : listing.lines) {
-    Row row = identity(terminal);
-    row.push_back(state.size
-                      ? std::to_string(state.size->columns) + 'x' + std::to_string(state.size->rows)
-                      : kUnknown);
-    row.push_back(number(state.speed));
-    row.push_back(number(state.foreground));
-    rows.push_back(row);
+Table::Table(const char* name, std::vector<Column> columns, Format format, Shape shape,
+             bool headings)
+    : columns_(std::move(columns)),
+      format_(format),
+      tree_(shape == Shape::kTree && format != Format::kRaw),
+      table_(require(scols_new_table()), &scols_unref_table) {
+  libscols_table* const table = table_.get();
+  require(scols_table_set_name(table, name) == 0 ? table : nullptr);
+  scols_table_enable_json(table, format == Format::kJson || format == Format::kJsonLine);
+  scols_table_enable_raw(table, format == Format::kRaw);
+  scols_table_enable_noheadings(table, headings ? 0 : 1);
+  scols_table_enable_noencoding(table, format == Format::kTable);
+
+  const bool has_name = std::find(columns_.begin(), columns_.end(), kName) != columns_.end();
+  for (const Column column : columns_) {
+    const ColumnType& type = kColumns[column];
+    const bool branches = tree_ && column == (has_name ? kName : columns_.front());
+    const int flags = (type.number ? SCOLS_FL_RIGHT : 0) | (type.cut ? SCOLS_FL_TRUNC : 0) |
+                      (branches ? SCOLS_FL_TREE : 0) | (column == kName ? SCOLS_FL_NOEXTREMES : 0);
+    libscols_column* const made =
+        require(scols_table_new_column(table, type.name, width_hint(column, shape), flags));
+    scols_column_set_json_type(made, type.number ? SCOLS_JSON_NUMBER : SCOLS_JSON_STRING);
   }
-  std::string out = aligned(rows, "nn...nnn", style) + totals_line(listing.totals);
-  if (listing.blocks) out += block_table(*listing.blocks, style);
+}
+
+Table::Line Table::add(const Cells& cells, Line parent) {
+  const Line line = require(scols_table_new_line(table_.get(), tree_ ? parent : nullptr));
+  for (std::size_t i = 0; i < columns_.size(); ++i) {
+    const std::string text = prepare(columns_[i], cells[columns_[i]], format_);
+    if (!text.empty() && scols_line_set_data(line, i, text.c_str()) != 0) throw std::bad_alloc();
+  }
+  return line;
+}
+
+std::string Table::text() const {
+  char* text = nullptr;
+  if (scols_print_table_to_string(table_.get(), &text) != 0) throw std::bad_alloc();
+  const std::unique_ptr<char, void (*)(void*)> owned(text, &std::free);
+  std::string out = text == nullptr ? "" : text;
+  if (format_ == Format::kJsonLine) return one_line(out);
+  if (!out.empty() && out.back() != '\n') out += '\n';
   return out;
-}
-
-std::string block_table(const std::vector<ListedBlock>& blocks, Style style) {
-  std::vector<Row> rows = {{"CATEGORY", "FIRST", "SIZE", "REGISTERED", "TAG"}};
-  for (const ListedBlock& block : blocks) {
-    rows.push_back({std::to_string(block.category), std::to_string(block.first_id),
-                    std::to_string(block.size), std::to_string(block.registered),
-                    text_or_unknown(block.tag.value_or(""))});
-  }
-  return '\n' + aligned(rows, "nnnn.", style);
-}
-
-std::string change_line(const Change& change, Style style) {
-  std::string out = change.came ? "+" : "-";
-  for (const std::string& cell : identity(change.terminal)) out += ' ' + cell;
-  if (style.colour) out = (change.came ? "\x1b[32m" : "\x1b[31m") + out + "\x1b[0m";
-  return out + '\n';
 }
 
 }  // namespace tty_lines

@@ -2,20 +2,18 @@
 #ifndef TTYDB_TOOLS_TEXT_H
 #define TTYDB_TOOLS_TEXT_H
 
-#include <cstddef>
 #include <string>
 #include <string_view>
 
 namespace tty_lines {
 
-// The text with '?' for what would control a terminal and for what is not UTF-8.
+// The text with escapes (\xNN) for the bytes of all that is no character of the locale, or takes no
+// place of its own on a terminal: controls, marks of direction, joiners.  So one text cannot pass
+// for another, and none moves the cursor.
 std::string printable(std::string_view text);
 
-// The number of code points of valid UTF-8.
-std::size_t width(std::string_view text);
-
-// The text as a JSON string, in quotes; U+FFFD stands for each byte that is not UTF-8.
-std::string json_string(std::string_view text);
+// The text with U+FFFD, in UTF-8, for each byte that is no character of the locale.
+std::string valid(std::string_view text);
 
 }  // namespace tty_lines
 

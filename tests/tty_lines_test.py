@@ -1,0 +1,179 @@
+#!/usr/bin/env python3
+# Tests tty-lines, the program that is the first argument, against machines made of files, and on this machine.
+import faulthandler, fcntl, json, os, pathlib, pwd, random, resource, shutil, signal, struct, subprocess, sys
+import tempfile, termios, unittest
+
+PROGRAM = os.path.abspath(sys.argv.pop(1))
+OWNER = pwd.getpwuid(os.getuid()).pw_name
+# Files by path, below /sys/class/tty or, with a slash at the start, below the machine's root; ~ is a space, | a
+# line end, > a link.  In the foreground of tty2 is a group whose leader has gone.
+MACHINE = dict(file.replace('~', ' ').replace('|', '\n').split('=') for file in '''
+/proc/tty/drivers=unknown~/dev/tty~4~1-63~console|serial~/dev/ttyS~4~64-95~serial|too~/dev/many~1~2-3-4~x|\
+serial~/dev/ttyX~204~0-31~serial|usb~serial~/dev/ttyUSB~188~0-511~serial /dev/ttyS0= /dev/pts/7=
+tty0/dev=4:0 tty1/dev=4:1 tty2/dev=4:2 tty0/active=tty1 /proc/90/stat=90~(a~(b)~c)~S~1~89~89~1026~89~0
+/proc/88/stat=88~(shell)~S~1~88~88~1026~89~0 ttyS1/dev=4:65 ttyS1/type=0 ttyS1/port=0x2F8 ttyS1/irq=3
+ttyS0/dev=4:64 ttyS0/type=4 ttyS0/port=0x3F8 ttyS0/irq=4 ttyS0/iomem_base=0x0 ttyS0/uartclk=1843200
+ttyS2/dev=4:66 ttyS2/type=32 ttyS2/port=0x0 ttyS2/irq=0 ttyS2/iomem_base=0xFE00 ttyS2/uartclk=24000000
+/usb/idVendor=0403 /usb/idProduct=6001 /usb/manufacturer=FTDI /usb/product=FT232R~USB~UART /usb/serial=A5001XYZ
+/usb/0/interface=FT232R~USB~UART /usb/0/bInterfaceNumber=00 /usb/0/port/tty/dev=188:0 /usb/0/port/tty/device=>..
+/usb/1/interface=Port~B /usb/1/bInterfaceNumber=01 /usb/1/port/tty/dev=188:1 /usb/1/port/tty/device=>..
+ttyUSB0=>../../../usb/0/port/tty ttyUSB1=>../../../usb/1/port/tty'''.split())
+KNOWN = '''NAME KIND CATEGORY ID DEVICE DRIVER PID COMMAND UART ADDRESS IRQ USB-ID DETAIL
+tty0 console 0 0 4:0        stands~for~the~active~virtual~console
+tty1 console 0 1 4:1        active~console
+tty2 console 0 2 4:2  89 a~(b)~c     
+ttyS0 serial 1 0 4:64 serial   16550A 0x3f8 4  16550A~at~0x3f8,~irq~4
+ttyS1 serial 1 1 4:65 serial       no~chip~found
+ttyS2 serial 1 2 4:66 serial   PL011 0xfe00   PL011~at~0xfe00,~up~to~1500000~baud
+ttyUSB0 usb 2 0 188:0 usb~serial      0403:6001 FTDI~FT232R~USB~UART,~serial~A5001XYZ
+ttyUSB1 usb 2 1 188:1 usb~serial      0403:6001 FTDI~FT232R~USB~UART,~interface~1:~Port~B,~serial~A5001XYZ
+pts/7 pty 3 7 0:0        
+'''.replace('~', r'\x20')
+
+
+def run(*arguments, stdout=subprocess.PIPE, **more):
+    done = subprocess.run([PROGRAM, *arguments], stdout=stdout, stderr=subprocess.PIPE, timeout=60,
+                          env={**os.environ, 'LC_ALL': 'C.UTF-8'}, **more)
+    return done.returncode, os.fsdecode(done.stdout or b''), os.fsdecode(done.stderr)
+
+
+def watch(*arguments, **more):
+    tool = subprocess.Popen([PROGRAM, '-J', '--watch', *arguments], stdout=subprocess.PIPE, **more)
+    tool.documents = map(json.loads, tool.stdout)
+    return tool, next(tool.documents)
+
+
+def open_terminal(columns):
+    master, slave = os.openpty()
+    fcntl.ioctl(slave, termios.TIOCSWINSZ, struct.pack('4H', 50, columns, 0, 0))
+    return master, slave
+
+
+class TtyLines(unittest.TestCase):
+    def setUp(self):
+        self.root = self.enterContext(tempfile.TemporaryDirectory())
+        self.lines = f'{self.root}/sys/class/tty/'
+        self.roots = [f'--sysfs={self.root}/sys', f'--proc={self.root}/proc', f'--dev={self.root}/dev']
+        os.makedirs(self.lines)
+        self.make({'/proc/tty/drivers': MACHINE['/proc/tty/drivers'], '/dev/pts/ptmx': ''})
+
+    def make(self, files):
+        for name, text in files.items():
+            path = pathlib.Path(self.root + name if name[0] == '/' else self.lines + name)
+            path.parent.mkdir(parents=True, exist_ok=True)
+            path.symlink_to(text[1:]) if text[:1] == '>' else path.write_text(text + '\n')
+
+    def test_what_is_known(self):
+        self.make(MACHINE)
+        self.assertEqual(run(*self.roots, '-rao', KNOWN.split('\n')[0].title().replace(' ', ',')), (0, KNOWN, ''))
+        port = json.loads(run(*self.roots, '--json', '--kind', 'SERIAL')[1])['lines'][0]
+        self.assertEqual(list(port), [row.split()[0].lower() for row in run('-l')[1].splitlines()][:19])
+        self.assertEqual([port[column] for column in ('id', 'irq', 'owner', 'size', 'pid', 'vendor')],
+                         [0, 4, OWNER, None, None, None])
+        for choice, names in {'-n': 'tty1 tty2 ttyS0 ttyS2 ttyUSB0 ttyUSB1 pts/7', '--category=0': 'tty0 tty1 tty2',
+                              '-kpty,usb': 'ttyUSB0 ttyUSB1 pts/7'}.items():
+            self.assertEqual(run(*self.roots, '-nro', 'NAME', choice)[1].split(), names.split())
+        master, slave = open_terminal(60)
+        run(*self.roots, stdout=slave)
+        heading, *rows = os.read(master, 65536).decode().splitlines()
+        self.assertEqual([heading.split(), *rows[-2:]], [
+            ['NAME', 'KIND', 'DRIVER', 'OWNER', 'COMMAND', 'DETAIL'],
+            '9 lines in 4 blocks: 3 console, 3 serial, 2 usb, 1 pty', '2 idle lines not shown; --all shows them'])
+        self.assertTrue(max(map(len, rows)) <= 60 and rows[5].startswith('ttyUSB1 usb     usb se'), rows)
+        self.assertIn('interface 1: Port B, serial A5001XYZ\n', run(*self.roots)[1])
+        tree = [*self.roots, '-nk', 'usb', '--by-driver', '-o']
+        self.assertEqual(run(*tree, 'name,category,first,size,registered')[1].split(),
+                         'usb serial 2 0 2 2 ├─ttyUSB0 2 └─ttyUSB1 2'.split())
+        self.assertEqual(''.join(run(*tree, 'TAG,SIZE', '-J')[1].split()), '{"blocks":[{"tag":"usbserial","size":2,'
+                         '"children":[{"tag":null,"size":null},{"tag":null,"size":null}]}]}')
+
+    def test_what_can_be_registered(self):
+        self.make({'/one/dev': '4:64', **{f'ttyS{number}': '>../../../one' for number in range(10002)},
+                   'ttyX0/dev': '204:0', 'ttyX99999999999/dev': '204:1', 'bad/dev': '1x:2', 'broken': '>nothing',
+                   'none/type': '4', 'over/dev': '4294967296:1', 'pipe/type': '4', '/dev/pts/5': '>nothing'})
+        os.mkfifo(self.lines + 'pipe/dev')
+        reasons = dict.fromkeys('bad broken none over pipe pts/5'.split(), 'its device numbers cannot be read')
+        reasons.update({'ttyS10001': 'its number is above 10000', 'ttyX0': 'category 1, id 0 is taken by ttyS0',
+                        'ttyX99999999999': 'its number is above 10000'})
+        reports = [f'tty-lines: {name}: not registrable: {reason}\n' for name, reason in reasons.items()]
+        lines = ''.join(f'ttyS{number} 1 {number}\n' for number in range(10001))
+        self.assertEqual(run(*self.roots, '-nro', 'NAME,CATEGORY,ID'), (0, lines, ''.join(reports)))
+        self.make({'\u202eé\u200b\x1b\udcff\\x/dev': '9:1'})
+        self.assertEqual(run(*self.roots, '-nkother', '-oname')[1], r'\xe2\x80\xaeé\xe2\x80\x8b\x1b\xff\x5cx' '\n')
+        self.assertEqual(json.loads(run(*self.roots, '-Jkother', '-oname')[1]),
+                         {'lines': [{'name': '\u202eé\u200b\x1b\ufffd\\x'}]})
+
+    def test_failures(self):
+        for argument, message in {
+                '--bogus': "unrecognized option '--bogus'", 'x': "unexpected argument: 'x'",
+                '-oname,': "unknown column: ''", '-o+KINDS': "unknown column: 'KINDS'", '-kx': "unknown kind: 'x'",
+                '--category=6': "bad category: '6'", '-Jr': '--json and --raw exclude each other',
+                '--watch=nan': "bad number of seconds: 'nan'", '--watch=1s': "bad number of seconds: '1s'"}.items():
+            message += "\nTry 'tty-lines --help' for more information.\n"
+            self.assertEqual(run(argument), (2, '', 'tty-lines: ' + message))
+        self.assertEqual(run(*self.roots, '--dev=x'), (1, '', 'tty-lines: x/pts: No such file or directory\n'))
+        for failing in {'stdout': os.open('/dev/full', os.O_WRONLY)}, {'preexec_fn': lambda: os.close(1)}, {
+                'preexec_fn': lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (4, 4))}:
+            self.make({'ttyS0/dev': '4:64', 'ttyS0/device/idVendor': ''})
+            status, out, errors = run(*self.roots, **failing)
+            self.assertEqual((status, out, errors[:10], errors.count('\n')), (1, '', 'tty-lines:', 1))
+
+    def test_events_add_up(self):
+        chance = random.Random(1)
+        devices = {'ttyS0': '4:6', 'ttyS2': '4:7', 'ttyS4': '4:8', 'ttyX1': '204:1', 'ttyX3': '204:2', 'one': '9:1'}
+        states = [{name: device + chance.choice('45') for name, device in devices.items() if chance.random() < 0.6}
+                  for _ in range(30)]
+        for arguments in [], ['--by-driver']:
+            (tool, first), shown = watch('0.02', *self.roots, *arguments), {}
+            self.assertEqual(first, {'blocks' if arguments else 'lines': []})
+            for there in [*states, {}, {'ttyX1': '204:1'}, {}]:
+                for name in os.listdir(self.lines):
+                    shutil.rmtree(self.lines + name)
+                self.make({f'{name}/dev': device for name, device in there.items()})
+                while there != dict(shown.values()):
+                    for event in next(tool.documents)['events']:
+                        place, line = (event['category'], event['id']), (event['name'], event['device'])
+                        if event['event'] == '-':
+                            self.assertEqual(shown.pop(place), line)
+                        else:
+                            self.assertIs(shown.setdefault(place, line), line)
+                if there == {'ttyX1': '204:1'}:  # the driver that had its ids has gone
+                    self.assertEqual(list(shown), [(1, 1)])
+            tool.terminate(), self.assertEqual(tool.wait(), 0)
+
+    def test_watch_survives_a_failing_scan(self):
+        self.make({'/new/dev': '4:65'})
+        tool, _ = watch('0.02', *self.roots, stderr=subprocess.PIPE)
+        resource.prlimit(tool.pid, resource.RLIMIT_NOFILE, (3, 64))
+        self.assertIn(b'Too many open files', tool.stderr.readline())
+        os.rename(f'{self.root}/new', self.lines + 'ttyS1')
+        resource.prlimit(tool.pid, resource.RLIMIT_NOFILE, (64, 64))
+        self.assertEqual([event['name'] for event in next(tool.documents)['events']], ['ttyS1'])
+        tool.stdout.close()  # the reader goes
+        self.assertEqual((tool.wait(), tool.stderr.read()), (0, b''))
+
+    def test_terminals_in_use_on_this_machine(self):
+        tool, _ = watch('600')
+        master, slave = open_terminal(132)
+        name = os.ttyname(slave)[len('/dev/'):]
+        events = (event for batch in tool.documents for event in batch['events'] if event['name'] == name)
+        came = next(events)
+        self.assertEqual([came[column] for column in ('event', 'size', 'speed', 'pid', 'owner')],
+                         ['+', '132x50', 38400, os.getpid(), OWNER])
+        sleep = subprocess.Popen(['sleep', '600'], start_new_session=True, pass_fds=[slave],
+                                 preexec_fn=lambda: fcntl.ioctl(slave, termios.TIOCSCTTY, 0))
+        line = next(line for line in json.loads(run('-J')[1])['lines'] if line['name'] == name)
+        self.assertEqual((line['pid'], line['command']), (sleep.pid, 'sleep'))
+        sleep.kill(), sleep.wait(), os.close(master), os.close(slave)
+        self.assertEqual(next(events)['event'], '-')
+        tool.send_signal(signal.SIGINT), self.assertEqual(tool.wait(), 0)
+
+    def test_a_terminal_that_nobody_uses_is_not_opened(self):
+        master = os.open('/dev/ptmx', os.O_RDWR | os.O_NOCTTY | os.O_NONBLOCK)
+        fcntl.ioctl(master, 0x40045431, struct.pack('i', 0))  # TIOCSPTLCK
+        run('--all')
+        self.assertRaises(BlockingIOError, os.read, master, 1)  # not an error: nobody has hung up
+
+
+faulthandler.dump_traceback_later(240, exit=True)  # says where it hangs
+unittest.main(verbosity=2)

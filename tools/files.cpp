@@ -1,0 +1,71 @@
+#include "files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstddef>
+#include <system_error>
+
+namespace tty_lines {
+
+Descriptor::~Descriptor() {
+  if (fd_ >= 0) close(fd_);
+}
+
+void fail(const std::string& path) {
+  throw std::system_error(errno, std::generic_category(), path);
+}
+
+void fail_if_exhausted(const std::string& path) {
+  if (errno == EMFILE || errno == ENFILE || errno == ENOMEM) fail(path);
+}
+
+std::optional<std::string> read_file(int directory, const std::string& path) {
+  const auto failed = [&] {
+    fail_if_exhausted(path);
+    return std::nullopt;
+  };
+  struct stat status = {};
+  if (fstatat(directory, path.c_str(), &status, 0) != 0) return failed();
+  errno = EINVAL;
+  if (!S_ISREG(status.st_mode)) return std::nullopt;
+  // What has taken the file's place since then is not waited for.
+  const Descriptor file(
+      openat(directory, path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  if (file.get() < 0) return failed();
+  std::string text;
+  std::array<char, 4096> buffer;
+  while (const ssize_t size = read(file.get(), buffer.data(), buffer.size())) {
+    if (size > 0) {
+      text.append(buffer.data(), static_cast<std::size_t>(size));
+    } else if (errno != EINTR) {
+      return failed();
+    }
+  }
+  if (const std::size_t end = text.find('\0'); end != std::string::npos) text.resize(end);
+  return text;
+}
+
+std::string read_line(int directory, const std::string& path) {
+  constexpr const char* kSpace = " \t\r\n";
+  const std::string text = read_file(directory, path).value_or("");
+  const std::size_t first = text.find_first_not_of(kSpace);
+  if (first == std::string::npos) return "";
+  return text.substr(first, text.find_last_not_of(kSpace) - first + 1);
+}
+
+std::unique_ptr<DIR, int (*)(DIR*)> open_directory(int directory, const std::string& path) {
+  const int fd = openat(directory, path.c_str(), O_RDONLY | O_CLOEXEC | O_DIRECTORY);
+  DIR* const open = fd < 0 ? nullptr : fdopendir(fd);
+  if (open == nullptr) {
+    const int error = errno;
+    if (fd >= 0) close(fd);
+    errno = error;
+    fail_if_exhausted(path);
+  }
+  return {open, &closedir};
+}
+
+}  // namespace tty_lines

@@ -1,0 +1,215 @@
+#include "listing.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <iterator>
+#include <new>
+#include <utility>
+
+#include "classify.h"
+#include "scan.h"
+#include "text.h"
+
+namespace tty_lines {
+namespace {
+
+std::string counted(std::size_t count, const std::string& what) {
+  return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
+}
+
+std::string time_of_day() {
+  const std::time_t now = std::time(nullptr);
+  std::array<char, sizeof "00:00:00"> text = {};
+  std::tm local = {};
+  std::strftime(text.data(), text.size(), "%T", localtime_r(&now, &local));
+  return text.data();
+}
+
+// An order that tells different lines apart, at one position too, but not the states of a line.
+bool comes_before(const Row& left, const Row& right) {
+  if (left.position != right.position) return left.position < right.position;
+  for (const Column column : column_range(0, kLineColumns)) {
+    const int order = left.cells[column].compare(right.cells[column]);
+    if (kColumns[column].lasting && order != 0) return order < 0;
+  }
+  return false;
+}
+
+std::vector<Row> difference(const std::vector<Row>& left, const std::vector<Row>& right) {
+  std::vector<Row> rows;
+  std::set_difference(left.begin(), left.end(), right.begin(), right.end(),
+                      std::back_inserter(rows), comes_before);
+  return rows;
+}
+
+void append_new(std::vector<Column>& columns, const std::vector<Column>& more) {
+  for (const Column column : more) {
+    if (std::find(columns.begin(), columns.end(), column) == columns.end()) {
+      columns.push_back(column);
+    }
+  }
+}
+
+}  // namespace
+
+void complain(const std::string& message) {
+  std::fprintf(stderr, "tty-lines: %s\n", printable(message).c_str());
+}
+
+void complain(const std::exception& failure) {
+  const bool no_memory = dynamic_cast<const std::bad_alloc*>(&failure) != nullptr;
+  complain(no_memory ? std::strerror(ENOMEM) : failure.what());
+}
+
+Listing::Listing(const Options& options)
+    : options_(options),
+      json_(options.format == Format::kJson),
+      for_people_(options.format == Format::kTable && isatty(STDOUT_FILENO) != 0),
+      registry_(options.by_driver) {}
+
+std::string Listing::first() {
+  follow();
+  std::string out = options_.by_driver ? blocks() : lines();
+  if (for_people_ && options_.headings) out += totals();
+  return out;
+}
+
+std::string Listing::next() {
+  const std::vector<Row> before = shown_;
+  try {
+    follow();
+  } catch (const std::exception& failure) {
+    if (!std::exchange(failing_, true)) complain(failure);
+    return "";
+  }
+  failing_ = false;
+  const std::vector<Row> gone = difference(before, shown_);
+  const std::vector<Row> come = difference(shown_, before);
+  return gone.empty() && come.empty() ? "" : events(gone, come);
+}
+
+// Brings the registry in step with the machine, and tells what cannot be registered as its name
+// asks, when that is new.
+void Listing::follow() {
+  std::vector<std::string> reports = registry_.follow(scan(options_.roots));
+  std::sort(reports.begin(), reports.end());
+  for (const std::string& report : reports) {
+    if (!std::binary_search(reported_.begin(), reported_.end(), report)) complain(report);
+  }
+  reported_ = std::move(reports);
+  all_ = registry_.rows();
+  shown_.clear();
+  std::copy_if(all_.begin(), all_.end(), std::back_inserter(shown_),
+               [this](const Row& row) { return shows(row); });
+}
+
+bool Listing::shows(const Row& row) const {
+  if (row.idle && options_.hides_idle()) return false;
+  if (options_.category.value_or(row.position.category) != row.position.category) return false;
+  return options_.kinds.empty() || options_.kinds.count(row.cells[kKind]) != 0;
+}
+
+// The columns to print: the default ones that say something of what is shown, then those of the
+// user's choice; those alone if that is what the command line asks for.
+std::vector<Column> Listing::choose(const std::vector<Column>& defaults) const {
+  const auto says_something = [this](Column column) {
+    return json_ || column >= kLineColumns || (column == kSize && options_.by_driver) ||
+           std::any_of(shown_.begin(), shown_.end(),
+                       [&](const Row& row) { return !row.cells[column].empty(); });
+  };
+  std::vector<Column> columns;
+  if (options_.default_columns) {
+    std::copy_if(defaults.begin(), defaults.end(), std::back_inserter(columns), says_something);
+  }
+  append_new(columns, options_.columns);
+  return columns;
+}
+
+Table Listing::make_table(const char* name, const std::vector<Column>& columns, Shape shape) const {
+  const Format format = json_ && options_.watch ? Format::kJsonLine : options_.format;
+  return {name, columns, format, shape, options_.headings && shape != Shape::kEvents};
+}
+
+std::string Listing::lines() const {
+  const std::vector<Column> defaults =
+      json_ ? column_range(0, kLineColumns)
+            : std::vector<Column>{kName, kKind, kDriver, kOwner, kSize, kSpeed, kCommand, kDetail};
+  Table table = make_table("lines", choose(defaults), Shape::kList);
+  for (const Row& row : shown_) table.add(row.cells);
+  return table.text();
+}
+
+// The blocks that have lines to show, with those as their children.
+std::string Listing::blocks() const {
+  const std::vector<Column> defaults =
+      json_ ? column_range(0, kChoosable)
+            : std::vector<Column>{kName, kCategory, kId, kFirst, kSize, kRegistered, kDetail};
+  Table table = make_table("blocks", choose(defaults), Shape::kTree);
+  auto row = shown_.begin();
+  for (const ttydb::block_details& block : registry_.blocks()) {
+    const ttydb::line end{block.category, block.first_tty + block.capacity};
+    if (row == shown_.end() || !(row->position < end)) continue;
+    Cells cells;
+    cells[kCategory] = std::to_string(block.category);
+    cells[kFirst] = std::to_string(block.first_tty);
+    cells[kSize] = std::to_string(block.capacity);
+    cells[kRegistered] = std::to_string(block.num_registered);
+    cells[kTag] = block.tag_name == nullptr ? "" : block.tag_name;
+    if (!json_) cells[kName] = block.tag_name == nullptr ? "(no name)" : block.tag_name;
+    const Table::Line parent = table.add(cells);
+    for (; row != shown_.end() && row->position < end; ++row) table.add(row->cells, parent);
+  }
+  return table.text();
+}
+
+std::string Listing::totals() const {
+  std::array<std::size_t, kKinds.size()> by_category = {};
+  for (const Row& row : all_) ++by_category[row.position.category];
+  std::string out =
+      counted(all_.size(), "line") + " in " + counted(registry_.counts().blocks, "block");
+  const char* separator = ": ";
+  for (std::size_t i = 0; i < by_category.size(); ++i) {
+    if (by_category[i] == 0) continue;
+    out += separator + std::to_string(by_category[i]) + ' ' + kKinds[i];
+    separator = ", ";
+  }
+  if (const std::size_t count = registry_.not_registrable(); count != 0) {
+    out += "; " + std::to_string(count) + " not registrable";
+  }
+  out += '\n';
+  if (const std::size_t hidden = all_.size() - shown_.size();
+      hidden != 0 && options_.hides_idle()) {
+    out += counted(hidden, "idle line") + " not shown; --all shows them\n";
+  }
+  return out;
+}
+
+std::string Listing::events(const std::vector<Row>& gone, const std::vector<Row>& come) const {
+  std::vector<Column> columns = {kEvent};
+  if (for_people_) columns.insert(columns.begin(), kTime);
+  if (options_.default_columns) {
+    append_new(columns,
+               json_ ? column_range(0, kLineColumns) : std::vector<Column>{kName, kKind, kDetail});
+  }
+  append_new(columns, options_.columns);
+
+  Table table = make_table("events", columns, Shape::kEvents);
+  for (const auto& [event, rows] : {std::pair("-", &gone), std::pair("+", &come)}) {
+    for (const Row& row : *rows) {
+      Cells cells = row.cells;
+      cells[kTime] = time_of_day();
+      cells[kEvent] = event;
+      table.add(cells);
+    }
+  }
+  return table.text();
+}
+
+}  // namespace tty_lines

@@ -1,0 +1,54 @@
+// The listing of a machine's lines that a command line asks for, and the events that keep it up to
+// date.
+#ifndef TTYDB_TOOLS_LISTING_H
+#define TTYDB_TOOLS_LISTING_H
+
+#include <exception>
+#include <string>
+#include <vector>
+
+#include "columns.h"
+#include "options.h"
+#include "registry.h"
+#include "table.h"
+
+namespace tty_lines {
+
+// Print a message on standard error.
+void complain(const std::string& message);
+void complain(const std::exception& failure);
+
+class Listing {
+ public:
+  explicit Listing(const Options& options);
+
+  // Scans the machine, and prints its lines.  Throws std::system_error if that fails.
+  std::string first();
+
+  // Scans again, and prints what is no longer in the listing, and what is new in it; empty if
+  // nothing is.  A failure is reported, the first of a series, and changes nothing.
+  std::string next();
+
+ private:
+  void follow();
+  bool shows(const Row& row) const;
+  std::vector<Column> choose(const std::vector<Column>& defaults) const;
+  Table make_table(const char* name, const std::vector<Column>& columns, Shape shape) const;
+  std::string lines() const;
+  std::string blocks() const;
+  std::string totals() const;
+  std::string events(const std::vector<Row>& gone, const std::vector<Row>& come) const;
+
+  const Options& options_;
+  bool json_;
+  bool for_people_;  // a table on a terminal
+  Registry registry_;
+  std::vector<Row> all_;               // what is registered, by the last scan
+  std::vector<Row> shown_;             // what of it the command line asks for
+  std::vector<std::string> reported_;  // by the last scan, sorted
+  bool failing_ = false;
+};
+
+}  // namespace tty_lines
+
+#endif  // TTYDB_TOOLS_LISTING_H

@@ -1,0 +1,63 @@
+// Parsers of what the kernel prints.
+#ifndef TTYDB_TOOLS_PARSE_H
+#define TTYDB_TOOLS_PARSE_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <vector>
+
+namespace tty_lines {
+
+struct Device {
+  std::uint32_t major;
+  std::uint32_t minor;
+
+  friend bool operator==(Device left, Device right) {
+    return left.major == right.major && left.minor == right.minor;
+  }
+  friend bool operator<(Device left, Device right) {
+    return std::tie(left.major, left.minor) < std::tie(right.major, right.minor);
+  }
+};
+
+// A row of the table of terminal drivers.
+struct Driver {
+  std::string name;  // empty if it has none, which the kernel calls unknown
+  std::string path;  // what the names of its device files begin with
+  std::uint32_t major;
+  std::uint32_t first_minor;
+  std::uint32_t last_minor;
+  std::string type;
+};
+
+// What the process table says of a process and its controlling terminal.
+struct Process {
+  std::uint32_t pid;
+  std::string command;
+  std::uint32_t group;
+  std::optional<Device> terminal;
+  std::optional<std::uint32_t> foreground;  // process group of the terminal
+};
+
+// The value of a non-empty string of digits; none for other text, and for a value that does not
+// fit.
+std::optional<std::uint32_t> parse_number(std::string_view text);
+
+// Parses "MAJOR:MINOR", with a line end or without.
+std::optional<Device> parse_device(std::string_view text);
+
+// Parses the table of drivers; rows of another form than the kernel's are passed over.
+std::vector<Driver> parse_drivers(const std::string& text);
+
+// Parses a process's line of statistics.
+std::optional<Process> parse_process(std::string_view text);
+
+// The first driver whose range holds a device; null if there is none.
+const Driver* find_driver(const std::vector<Driver>& drivers, Device device);
+
+}  // namespace tty_lines
+
+#endif  // TTYDB_TOOLS_PARSE_H
