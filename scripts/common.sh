@@ -50,6 +50,7 @@ declare -A provides=(
   [ninja-build]=ninja [dpkg-dev]=dpkg-shlibdeps [libgtest-dev]='<gtest/gtest.h>'
   [libbenchmark-dev]='<benchmark/benchmark.h>' [libtbb-dev]='<tbb/concurrent_hash_map.h>'
   [gnuplot-nox]=gnuplot
+  [libsmartcols-dev]='<libsmartcols/libsmartcols.h>'
 )
 
 # present PACKAGE: says whether the command, the C++ header or the Python module that a package provides is there.
@@ -86,7 +87,7 @@ under=()
 
 # build PRESET [TARGET]: configures and builds a preset, or one target of it.
 build() {
-  need cmake ninja-build g++ libgtest-dev pkg-config python3
+  need cmake ninja-build g++ libgtest-dev libsmartcols-dev pkg-config python3
   step "configure $1" cmake --preset "$1"
   step "build $1${2:+: $2}" "${under[@]}" cmake --build --preset "$1" ${2:+--target "$2"}
 }

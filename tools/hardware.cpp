@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "files.h"
+#include "parse.h"
 
 namespace tty_lines {
 namespace {
@@ -51,13 +52,14 @@ bool read_serial_port(int directory, const std::string& name, Cells& cells) {
   const std::string type = attribute("/type");
   if (type.empty()) return false;
   if (type == std::to_string(PORT_UNKNOWN)) {
-    cells[kDetail] = "no chip found";
+    cells[kDetail] = "no UART found";
     return true;
   }
   cells[kUart] = uart_name(type);
   cells[kAddress] = address(attribute("/port"));
   if (cells[kAddress].empty()) cells[kAddress] = address(attribute("/iomem_base"));
-  if (const std::string irq = attribute("/irq"); irq != "0") cells[kIrq] = irq;
+  const std::uint32_t irq = parse_number(attribute("/irq")).value_or(0);
+  if (irq != 0) cells[kIrq] = std::to_string(irq);
 
   std::string& detail = cells[kDetail] = cells[kUart];
   append(detail, " at ", cells[kAddress]);

@@ -9,7 +9,8 @@
 namespace tty_lines {
 
 // Fills in the cells of a serial port and of the USB device above a line.  `directory` is the
-// descriptor of /sys/class/tty.  Returns whether the line is a port that has no chip.
+// descriptor of /sys/class/tty.  Returns whether the line is a serial
+// port that has no UART.
 bool read_hardware(int directory, const std::string& name, Cells& cells);
 
 }  // namespace tty_lines

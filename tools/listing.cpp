@@ -170,14 +170,14 @@ std::string Listing::blocks() const {
 }
 
 std::string Listing::totals() const {
-  std::array<std::size_t, kKinds.size()> by_category = {};
-  for (const Row& row : all_) ++by_category[row.position.category];
   std::string out =
       counted(all_.size(), "line") + " in " + counted(registry_.counts().blocks, "block");
   const char* separator = ": ";
-  for (std::size_t i = 0; i < by_category.size(); ++i) {
-    if (by_category[i] == 0) continue;
-    out += separator + std::to_string(by_category[i]) + ' ' + kKinds[i];
+  for (const char* const kind : kKinds) {
+    const auto count = std::count_if(all_.begin(), all_.end(),
+                                     [&](const Row& row) { return row.cells[kKind] == kind; });
+    if (count == 0) continue;
+    out += separator + std::to_string(count) + ' ' + kind;
     separator = ", ";
   }
   if (const std::size_t count = registry_.not_registrable(); count != 0) {
@@ -186,7 +186,8 @@ std::string Listing::totals() const {
   out += '\n';
   if (const std::size_t hidden = all_.size() - shown_.size();
       hidden != 0 && options_.hides_idle()) {
-    out += counted(hidden, "idle line") + " not shown; --all shows them\n";
+    out += counted(hidden, "idle line") + " not shown; --all shows " +
+           (hidden == 1 ? "it\n" : "them\n");
   }
   return out;
 }

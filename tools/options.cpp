@@ -102,7 +102,7 @@ const char* const kUsage =
 
 Lists the terminal lines of this machine: what hardware they are, and who uses them.
 
- -a, --all              also idle lines: ports without a chip, unused virtual consoles
+ -a, --all              also idle lines: ports without a UART, unused virtual consoles
  -k, --kind LIST        lines of these kinds only, idle or not:
                         console, serial, usb, pty, virtual, other
      --category N       lines of category N only, idle or not

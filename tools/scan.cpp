@@ -99,8 +99,8 @@ class Scan {
       // An entry that is still there says nothing of its device; otherwise it has vanished.
       if (!device && fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return;
       ScannedLine line = identify(name, device);
-      const bool has_no_chip = read_hardware(directory, name, line.cells);
-      add(std::move(line), has_no_chip);
+      const bool has_no_uart = read_hardware(directory, name, line.cells);
+      add(std::move(line), has_no_uart);
     };
     const auto add_pseudo_terminal = [this](int directory, const std::string& number) {
       const std::string name = "pts/" + number;
@@ -147,7 +147,7 @@ class Scan {
   }
 
   // Adds a line, with who uses it.
-  void add(ScannedLine line, bool has_no_chip) {
+  void add(ScannedLine line, bool has_no_uart) {
     const auto user = line.device ? users_.find(*line.device) : users_.end();
     if (user != users_.end()) {
       line.cells[kPid] = std::to_string(user->second.pid);
@@ -160,7 +160,7 @@ class Scan {
     const bool active = active_consoles_.count(line.name) != 0;
     const bool console = line.place.category == kVirtualConsole;
     if (console && active) line.cells[kDetail] = "active console";
-    line.idle = has_no_chip || (console && !active && user == users_.end());
+    line.idle = has_no_uart || (console && !active && user == users_.end());
     lines_.push_back(std::move(line));
   }
 

@@ -26,7 +26,7 @@ struct ScannedLine {
   std::optional<Device> device;  // none if the kernel's list does not tell it
   std::string driver_path;       // tells drivers of one name apart
   Class place{};
-  bool idle = false;  // a port without a chip, or a virtual console that nobody uses
+  bool idle = false;  // a serial port without a UART, or a virtual console that nobody uses
   Cells cells;        // but those of the name, the device and the position
 };
 

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
@@ -50,7 +49,8 @@ void run(int argc, char** argv) {
   // A file that is opened must not become standard output.
   if (fcntl(STDOUT_FILENO, F_GETFD) < 0) fail("standard output");
   std::setlocale(LC_CTYPE, "");
-  argv[0] = program_invocation_short_name;  // speaks for getopt
+  static char name[] = "tty-lines";
+  argv[0] = name;  // getopt speaks of it
   const Options options = parse_options(argc, argv);
   if (options.format == Format::kJson) std::setlocale(LC_CTYPE, "C.UTF-8");
   switch (options.action) {
