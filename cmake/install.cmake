@@ -4,8 +4,10 @@
 # Away from the directories that the loader searches, the installed files find one another by where they lie.
 if(BUILD_SHARED_LIBS AND NOT CMAKE_INSTALL_FULL_LIBDIR IN_LIST CMAKE_C_IMPLICIT_LINK_DIRECTORIES)
   set_target_properties(ttydb PROPERTIES INSTALL_RPATH "$ORIGIN")
-  file(RELATIVE_PATH bin_to_lib ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
-  set_target_properties(tty-lines PROPERTIES INSTALL_RPATH "$ORIGIN/${bin_to_lib}")
+  if(TARGET tty-lines)
+    file(RELATIVE_PATH bin_to_lib ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+    set_target_properties(tty-lines PROPERTIES INSTALL_RPATH "$ORIGIN/${bin_to_lib}")
+  endif()
 endif()
 
 set(libraries ttydb ttyplatform)

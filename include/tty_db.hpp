@@ -251,9 +251,6 @@ struct position {
   }
 };
 
-/** Another name of position. */
-using line = position;
-
 /** The first position that a line can have. */
 inline constexpr position first_position{TTY_CATEGORY_MIN, 0};
 /** The last position that a line can have. */

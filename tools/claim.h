@@ -23,8 +23,8 @@ inline DriverKey driver_key(const ScannedLine& line) {
 
 struct Claim {
   const ScannedLine* line;
-  std::optional<ttydb::line> current;   // where it is registered
-  std::optional<ttydb::line> position;  // where it is to be
+  std::optional<ttydb::position> current;   // where it is registered
+  std::optional<ttydb::position> position;  // where it is to be
 };
 
 // The ids of kOther, where ids are given out, at which lines are registered.

@@ -7,7 +7,7 @@
 namespace tty_lines {
 namespace {
 
-using Positions = std::vector<ttydb::line>;
+using Positions = std::vector<ttydb::position>;
 
 // The smallest range that holds some positions of one category.
 struct Range {
@@ -15,12 +15,12 @@ struct Range {
       : first(*std::min_element(positions.begin(), positions.end())),
         count(std::max_element(positions.begin(), positions.end())->id - first.id + 1) {}
 
-  ttydb::line first;
+  ttydb::position first;
   std::uint32_t count;
 };
 
 // The positions, of those that a member of the claims names.
-Positions known(const std::vector<Claim*>& group, std::optional<ttydb::line> Claim::*member) {
+Positions known(const std::vector<Claim*>& group, std::optional<ttydb::position> Claim::*member) {
   Positions positions;
   for (const Claim* claim : group) {
     if (claim->*member) positions.push_back(*(claim->*member));
@@ -44,7 +44,7 @@ void DriverBlocks::arrange(std::vector<Claim>& claims, std::vector<std::string>&
 
   // A driver that has ids lower than another's comes before it, and all that fit come before the
   // displaced ones, which take what is left.
-  std::vector<std::pair<ttydb::line, DriverKey>> order;
+  std::vector<std::pair<ttydb::position, DriverKey>> order;
   std::vector<DriverKey> displaced;
   for (const auto& [key, group] : groups) {
     const Positions positions = known(group, &Claim::position);
@@ -77,8 +77,8 @@ std::vector<ttydb::block_details> DriverBlocks::details() const {
   std::vector<ttydb::block_details> all;
   for (const auto& [key, owned] : owned_) all.push_back(owned.block.details());
   std::sort(all.begin(), all.end(), [](const auto& left, const auto& right) {
-    return ttydb::line{left.category, left.first_tty} <
-           ttydb::line{right.category, right.first_tty};
+    return ttydb::position{left.category, left.first_tty} <
+           ttydb::position{right.category, right.first_tty};
   });
   return all;
 }
@@ -110,9 +110,9 @@ void DriverBlocks::assign_positions(std::vector<Claim>& claims) {
     if (claim.current) {
       claim.position = claim.current;
     } else if (line.place.number && !owned.displaced) {
-      claim.position = ttydb::line{line.place.category, *line.place.number};
+      claim.position = ttydb::position{line.place.category, *line.place.number};
     } else if (const auto id = lowest_free_id(taken, owned.block)) {
-      claim.position = ttydb::line{kOther, *id};
+      claim.position = ttydb::position{kOther, *id};
       taken.insert(*id);
     }
   }
@@ -175,7 +175,7 @@ void DriverBlocks::displace(const DriverKey& key, const Group& group) {
   const auto count = static_cast<std::uint32_t>(group.size());
   const auto first = lowest_free_run(count);
   for (std::uint32_t i = 0; i < count; ++i) {
-    group[i]->position = first ? std::optional(ttydb::line{kOther, *first + i}) : std::nullopt;
+    group[i]->position = first ? std::optional(ttydb::position{kOther, *first + i}) : std::nullopt;
   }
   if (!first) return;
   const std::string& name = std::get<2>(key);

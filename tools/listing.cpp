@@ -154,7 +154,7 @@ std::string Listing::blocks() const {
   Table table = make_table("blocks", choose(defaults), Shape::kTree);
   auto row = shown_.begin();
   for (const ttydb::block_details& block : registry_.blocks()) {
-    const ttydb::line end{block.category, block.first_tty + block.capacity};
+    const ttydb::position end{block.category, block.first_tty + block.capacity};
     if (row == shown_.end() || !(row->position < end)) continue;
     Cells cells;
     cells[kCategory] = std::to_string(block.category);

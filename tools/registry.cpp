@@ -27,7 +27,7 @@ void store(const Entry& entry, Column key, const std::string& text) {
   std::memcpy(entry.create_array<char>(key, text.size() + 1), text.c_str(), text.size() + 1);
 }
 
-Row read_entry(const Entry& entry, ttydb::line position) {
+Row read_entry(const Entry& entry, ttydb::position position) {
   Row row{position, entry->idle, {}};
   for (const Column column : column_range(0, kLineColumns)) {
     if (const char* const item = entry.find<char>(column)) row.cells[column] = item;
@@ -49,15 +49,15 @@ void assign_positions(std::vector<Claim>& claims) {
     if (claim.current) {
       claim.position = claim.current;
     } else if (claim.line->place.number) {
-      claim.position = ttydb::line{claim.line->place.category, *claim.line->place.number};
+      claim.position = ttydb::position{claim.line->place.category, *claim.line->place.number};
     } else {
       while (taken.count(free_id) != 0) ++free_id;
-      if (free_id <= TTY_PORT_MAX) claim.position = ttydb::line{kOther, free_id++};
+      if (free_id <= TTY_PORT_MAX) claim.position = ttydb::position{kOther, free_id++};
     }
   }
 }
 
-std::string text(ttydb::line position) {
+std::string text(ttydb::position position) {
   return "category " + std::to_string(position.category) + ", id " + std::to_string(position.id);
 }
 
@@ -85,7 +85,7 @@ std::vector<std::string> Registry::follow(const std::vector<ScannedLine>& scanne
 
 std::vector<Row> Registry::rows() const {
   std::vector<Row> rows;
-  for (const ttydb::line position : db_.lines()) {
+  for (const ttydb::position position : db_.lines()) {
     rows.push_back(
         read_entry(db_.retrieve_line<LineRecord>(position.category, position.id), position));
   }
@@ -138,7 +138,7 @@ void Registry::settle(const Claim& claim) {
     return;
   }
 
-  const ttydb::line position = *claim.position;
+  const ttydb::position position = *claim.position;
   std::error_code ec;
   Entry entry = db_.retrieve_line<LineRecord>(position.category, position.id, ec);
   if (ec == ttydb::errc::not_registered || ec == ttydb::errc::no_block) {

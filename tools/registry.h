@@ -22,7 +22,7 @@ namespace tty_lines {
 
 // All that the database says of a registered line.
 struct Row {
-  ttydb::line position;
+  ttydb::position position;
   bool idle;
   Cells cells;
 };
@@ -48,7 +48,7 @@ class Registry {
 
  private:
   struct Held {
-    ttydb::line position;
+    ttydb::position position;
     Device device;
     DriverKey driver;
   };
