@@ -1,15 +1,18 @@
 // The report of failed assertions: a line on standard error, then abort, unless the environment
 // variable TTY_ASSERT is "report".
 
-#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <unistd.h>
 
+#include "line.h"
+#include "service.h"
 #include "tty_platform.h"
 
 void tty_ltrace_assert(const char *routine, int line, const char *expression) {
-  dprintf(STDERR_FILENO, "Assertion failed in %s, line %d: %s\n", routine, line, expression);
-  const char *mode = getenv("TTY_ASSERT");
+  const ServiceCall call;
+  Line report;
+  report.print("Assertion failed in %s, line %d: %s", routine, line, expression);
+  report.report();
+  const char *mode = secure_getenv("TTY_ASSERT");
   if (mode == nullptr || strcmp(mode, "report") != 0) abort();
 }

@@ -1,0 +1,155 @@
+#include "line.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <limits.h>
+#include <poll.h>
+#include <pthread.h>
+#include <signal.h>
+#include <stdint.h>
+#include <stdio.h>
+#include <string.h>
+#include <time.h>
+#include <unistd.h>
+
+namespace {
+
+// A process that has begun without standard error gives descriptor 2 to a file that it opens, which
+// is no place for lines.
+bool has_standard_error = true;
+
+__attribute__((constructor)) void look_for_standard_error() {
+  has_standard_error = fcntl(STDERR_FILENO, F_GETFD) != -1;
+}
+
+// Writes, without the signal by which the kernel tells, beside the error number, that a pipe has no
+// reader or that a file may not grow: a line that cannot be written ends no process.
+ssize_t write_quietly(int fd, const char *bytes, size_t size) {
+  sigset_t signals;
+  sigset_t pending;
+  sigset_t mask;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGPIPE);
+  sigaddset(&signals, SIGXFSZ);
+  sigpending(&pending);
+  pthread_sigmask(SIG_BLOCK, &signals, &mask);
+  const ssize_t written = write(fd, bytes, size);
+  const int error = errno;
+  const int raised = written >= 0 ? 0 : error == EPIPE ? SIGPIPE : error == EFBIG ? SIGXFSZ : 0;
+  if (raised != 0 && sigismember(&pending, raised) == 0) {  // one that was pending is the program's
+    constexpr timespec kNoWait = {0, 0};
+    sigemptyset(&signals);
+    sigaddset(&signals, raised);
+    sigtimedwait(&signals, nullptr, &kNoWait);
+  }
+  pthread_sigmask(SIG_SETMASK, &mask, nullptr);
+  errno = error;
+  return written;
+}
+
+struct Character {
+  uint32_t code;
+  size_t length;  // in bytes
+};
+
+// Decodes the character that `bytes`, closed by NUL, begin with.  A byte that begins no well-formed
+// UTF-8 counts as Latin-1.
+Character decode(const unsigned char *bytes) {
+  constexpr uint32_t kLowest[] = {0, 0, 0x80, 0x800, 0x10000};  // that takes this many bytes
+  const Character byte = {bytes[0], 1};
+  if (byte.code < 0xc0 || byte.code > 0xf4) return byte;
+  Character character = {0, byte.code < 0xe0 ? 2u : byte.code < 0xf0 ? 3u : 4u};
+  character.code = byte.code & (0x7fu >> character.length);
+  for (size_t i = 1; i < character.length; ++i) {
+    if ((bytes[i] & 0xc0u) != 0x80) return byte;
+    character.code = character.code << 6 | (bytes[i] & 0x3fu);
+  }
+  const bool surrogate = character.code >= 0xd800 && character.code <= 0xdfff;
+  const bool overlong = character.code < kLowest[character.length];
+  return surrogate || overlong || character.code > 0x10ffff ? byte : character;
+}
+
+bool is_control(uint32_t code) { return code < 0x20 || (code >= 0x7f && code < 0xa0); }
+
+}  // namespace
+
+void Line::add(const char *bytes, size_t size) {
+  if (size > limit_ - length_) {
+    limit_ = length_;  // what comes behind a cut does not fit either
+    return;
+  }
+  memcpy(text_ + length_, bytes, size);
+  length_ += size;
+}
+
+void Line::put_escape(unsigned char byte) {
+  constexpr char kDigits[] = "0123456789abcdef";
+  const char letter = byte == '\n'   ? 'n'
+                      : byte == '\t' ? 't'
+                      : byte == '\r' ? 'r'
+                      : byte == '\\' ? '\\'
+                                     : 'x';
+  const char escape[] = {'\\', letter, kDigits[byte >> 4], kDigits[byte & 0xf]};
+  add(escape, letter == 'x' ? 4 : 2);
+}
+
+void Line::put(const char *text, size_t size) {
+  for (const char *const end = text + size; text < end && length_ < limit_;) {
+    const auto *bytes = reinterpret_cast<const unsigned char *>(text);
+    const Character character = decode(bytes);
+    if (is_control(character.code) || character.code == '\\') {
+      put_escape(*bytes);
+      ++text;
+    } else {
+      add(text, character.length);
+      text += character.length;
+    }
+  }
+}
+
+void Line::put(const char *text) {
+  if (text == nullptr) text = "<NULL>";
+  put(text, strlen(text));
+}
+
+void Line::print_list(const char *format, va_list args) {
+  char text[sizeof(text_) + MB_LEN_MAX];  // what is cut here would not fit the line
+  text[0] = '\0';
+  vsnprintf(text, sizeof(text), format, args);
+  put(text);
+}
+
+void Line::print(const char *format, ...) {
+  va_list args;
+  va_start(args, format);
+  print_list(format, args);
+  va_end(args);
+}
+
+const char *Line::text() {
+  text_[length_] = '\0';
+  return text_;
+}
+
+bool Line::write_to(int fd, bool wait) {
+  static_assert(sizeof(text_) <= PIPE_BUF);  // a pipe takes all of a line or nothing
+  if (fd == STDERR_FILENO && !has_standard_error) return false;
+  text_[length_] = '\n';
+  for (size_t done = 0; done <= length_;) {
+    const ssize_t written = write_quietly(fd, text_ + done, length_ + 1 - done);
+    if (written > 0) {
+      done += static_cast<size_t>(written);
+    } else if (written == 0 || (errno != EAGAIN && errno != EINTR)) {
+      return false;
+    } else if (errno == EAGAIN) {
+      const timespec patience = {wait ? 5 : 0, 0};
+      pollfd room = {fd, POLLOUT, 0};
+      sigset_t all;
+      sigfillset(&all);  // a signal would end the wait
+      if (ppoll(&room, 1, &patience, &all) <= 0) return false;
+    }
+  }
+  return true;
+}
+
+void Line::report() { write_to(STDERR_FILENO, true); }
