@@ -1,12 +1,14 @@
 // The records of threads that wait for a mutex.
 //
-// Each thread has one record of its own, which is in the list only while the thread waits: a thread
-// that ends leaves nothing behind, and announcing a wait allocates nothing.
+// Each thread has one record of its own, which is in the list from the announcement of a wait to
+// its withdrawal, or to the thread's end, at the most.  Announcing a wait allocates nothing.
 
 #include "tty_thread_block.h"
 
-#include <sched.h>
+#include <limits.h>
 #include <unistd.h>
+
+#include "service.h"
 
 ptd_mutex_block *ptd_mutex_block_list = nullptr;
 
@@ -15,38 +17,51 @@ namespace {
 // In the thread's static storage, so that the first use allocates nothing either.
 __attribute__((tls_model("initial-exec"))) thread_local ptd_mutex_block own_block;
 
-// Guards the list for the few instructions that a change takes.  Not a mutex: waiting for that one
-// would be a wait that nobody announces.
-bool list_busy = false;
+pthread_mutex_t list_lock = PTHREAD_MUTEX_INITIALIZER;  // guards the list
+pthread_key_t thread_end;                               // its destructor runs where a thread ends
 
-void lock_list() {
-  while (__atomic_test_and_set(&list_busy, __ATOMIC_ACQUIRE)) sched_yield();
+// Takes a record out of the list, if it is there.  REQUIRES: the lock.
+void take_out(const ptd_mutex_block *block) {
+  for (ptd_mutex_block **link = &ptd_mutex_block_list; *link != nullptr; link = &(*link)->next) {
+    if (*link != block) continue;
+    *link = block->next;
+    break;
+  }
 }
 
-void unlock_list() { __atomic_clear(&list_busy, __ATOMIC_RELEASE); }
+void withdraw(void *block) {
+  const ServiceCall call;
+  const Lock lock(list_lock);
+  take_out(static_cast<ptd_mutex_block *>(block));
+}
+
+// The threads that wait are the parent's.
+void empty_list() { ptd_mutex_block_list = nullptr; }
+
+__attribute__((constructor)) void prepare() {
+  survive_fork<list_lock, empty_list>();
+  if (pthread_key_create(&thread_end, withdraw) != 0) thread_end = PTHREAD_KEYS_MAX;  // none left
+}
+
+__attribute__((destructor)) void unprepare() { pthread_key_delete(thread_end); }
 
 }  // namespace
 
 void ptd_set_mutex_block(pthread_mutex_t *mutex, const char *routine, int line) {
-  lock_list();
+  const ServiceCall call;
+  pthread_setspecific(thread_end, &own_block);
+  const Lock lock(list_lock);
+  take_out(&own_block);
   own_block = {ptd_mutex_block_list, mutex, routine, line, gettid(), pthread_self()};
   ptd_mutex_block_list = &own_block;
-  unlock_list();
 }
 
-void ptd_unset_mutex_block(void) {
-  lock_list();
-  for (ptd_mutex_block **link = &ptd_mutex_block_list; *link != nullptr; link = &(*link)->next) {
-    if (*link != &own_block) continue;
-    *link = own_block.next;
-    break;
-  }
-  unlock_list();
-}
+void ptd_unset_mutex_block(void) { withdraw(&own_block); }
 
 size_t ptd_list_mutex_blocks(ptd_mutex_block *blocks, size_t max) {
+  const ServiceCall call;
+  const Lock lock(list_lock);
   size_t count = 0;
-  lock_list();
   for (const ptd_mutex_block *block = ptd_mutex_block_list; block != nullptr; block = block->next) {
     if (count < max) {
       blocks[count] = *block;
@@ -54,6 +69,5 @@ size_t ptd_list_mutex_blocks(ptd_mutex_block *blocks, size_t max) {
     }
     ++count;
   }
-  unlock_list();
   return count;
 }
