@@ -4,6 +4,8 @@
 
 #include <errno.h>
 
+#include "exit_watch.h"
+#include "service.h"
 #include "tty_platform.h"
 
 namespace {
@@ -42,6 +44,8 @@ Component components[] = {
 }  // namespace
 
 int qerr_register_dll(uint32_t component, const char * /*path*/) {
+  const ServiceCall call;
+  tty_watch_for_exit();
   for (Component &known : components) {
     if (known.id != component) continue;
     known.registered = true;

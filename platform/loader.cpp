@@ -3,11 +3,16 @@
 //
 // An exit handler tells, provided that it runs ahead of the libraries' destructors.  That is so for
 // a handler set once the program runs.  A handler set by a constructor at program start runs behind
-// the destructors, so that it tells nothing; but a library that the program has been started with
-// is never unloaded: only the exit of the process runs its destructor.  So one fact answers for
-// libraries that came with the program, the other for those that were opened later.  (Neither
-// does for a library that a constructor opens before the program runs: its exit is taken for an
-// unload.)
+// the destructors, so that it tells nothing; but the program, and a library that it has been
+// started with, is never unloaded: only the exit of the process runs its destructor.  So one fact
+// answers for those, and the handler for libraries that are opened later.
+//
+// A host may bring any of the services, so that the handler is set without a call of one.  Where
+// the stand-in is opened later itself, its constructor sets it.  Where the program has been started
+// with the stand-in, the end of the main thread does, which exit(3) runs ahead of all handlers.  In
+// case that it is another thread that exits, the services that a library calls when it is loaded
+// set it as well.  (If one does so for a library that a constructor has opened before the program
+// runs, it does so too early: the exit is taken for an unload, unless the main thread ends first.)
 
 #include <dlfcn.h>
 #include <link.h>
@@ -16,6 +21,13 @@
 
 #include "exit_watch.h"
 #include "tty_platform.h"
+
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the C library's names
+extern "C" {
+extern __attribute__((visibility("hidden"))) void *__dso_handle;
+int __cxa_thread_atexit_impl(void (*function)(void *), void *argument, void *dso);
+}
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 
 namespace {
 
@@ -57,34 +69,61 @@ const link_map *last_needed(const link_map *program, const link_map *object, con
   return last;
 }
 
-// Says whether the loaded object that holds `address` is a library that the program has been
-// started with.  The loader keeps its objects in the order in which it loaded them: the program,
-// what it was started with, then what was opened.  So the libraries of the start are those up to
-// the last one that any object of the start needs.
-bool library_of_program_start(const void *address) {
-  Dl_info info;
-  link_map *owner = nullptr;
-  if (dladdr1(address, &info, reinterpret_cast<void **>(&owner), RTLD_DL_LINKMAP) == 0)
-    return false;
-  const link_map *program = owner;
-  while (program->l_prev != nullptr) program = program->l_prev;
-  if (owner == program) return false;
-
+// Returns the last object that the program has been started with.  The loader keeps its objects in
+// the order in which it loaded them: the program, what it was started with, then what was opened.
+// So those of the start end with the last one that any of them needs.
+const link_map *last_of_program_start(const link_map *program) {
   const link_map *last = program;
-  for (const link_map *object = program; object != owner; object = object->l_next) {
+  for (const link_map *object = program;; object = object->l_next) {
     last = last_needed(program, object, last);
-    if (object == last) return false;
+    if (object == last) return last;
   }
-  return true;
+}
+
+const link_map *object_at(const void *address) {
+  Dl_info info;
+  link_map *object = nullptr;
+  dladdr1(address, &info, reinterpret_cast<void **>(&object), RTLD_DL_LINKMAP);
+  return object;
+}
+
+// Returns the first of the loaded objects: the program or, in a namespace of its own, a library.
+const link_map *first_object(const link_map *object) {
+  while (object->l_prev != nullptr) object = object->l_prev;
+  return object;
+}
+
+// Says whether the loaded object that holds `address` is the program, or a library that it has been
+// started with.
+bool part_of_program_start(const void *address) {
+  const link_map *owner = object_at(address);
+  const link_map *first = first_object(owner);
+  if (*first->l_name != '\0') return false;
+  const link_map *opened = last_of_program_start(first)->l_next;
+  while (opened != nullptr && opened != owner) opened = opened->l_next;
+  return opened == nullptr;
+}
+
+void set_handler() { watching = atexit(note_exit) == 0; }
+
+void set_handler_at_thread_end(void * /*unused*/) { set_handler(); }
+
+__attribute__((constructor)) void watch_from_start() {
+  if (!part_of_program_start(&watching)) {
+    set_handler();
+  } else {
+    __cxa_thread_atexit_impl(set_handler_at_thread_end, nullptr, &__dso_handle);
+  }
 }
 
 }  // namespace
 
-void tty_watch_for_exit(const void *caller) {
-  if (watching || library_of_program_start(caller)) return;
-  watching = atexit(note_exit) == 0;
+void tty_watch_for_exit() {
+  if (watching || last_of_program_start(first_object(object_at(&watching)))->l_next == nullptr)
+    return;
+  set_handler();
 }
 
-int __in_dlclose(void) {
-  return !exiting && !library_of_program_start(__builtin_return_address(0)) ? 1 : 0;
-}
+bool tty_is_unloaded(const void *caller) { return !exiting && !part_of_program_start(caller); }
+
+int __in_dlclose(void) { return tty_is_unloaded(__builtin_return_address(0)) ? 1 : 0; }

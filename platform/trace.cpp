@@ -1,138 +1,189 @@
 // The trace facility.
 //
 // Off unless the environment variable TTY_TRACE names the client: "db" turns all its categories on,
-// "db:block+tty" those two, and commas separate clients.  Lines go to standard error, or are
-// appended to the file that TTY_TRACE_FILE names.  A line is put together in one buffer and written
-// by one call, so that threads never mix within a line; one that is too long is cut, not split.
+// "db:block+tty" those two, "db:" none; commas separate entries, and those of one client add up.
+// Lines go to standard error, or are appended to the file that TTY_TRACE_FILE names.
+//
+// The file is opened without waiting: a pipe needs its reader by then.  A pipe does not block later
+// either.  A reader that falls behind is waited for once, for some seconds; from then on lines are
+// lost until there is room.  The next line that is written is followed by one that says how many.
 
-#include <errno.h>
 #include <fcntl.h>
 #include <stdarg.h>
-#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <sys/uio.h>
+#include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
 
 #include "exit_watch.h"
+#include "line.h"
+#include "service.h"
 #include "tty_platform.h"
 
 namespace {
 
-// Where the lines go.  One for the process, shared by its clients.
-int trace_fd = STDERR_FILENO;
-unsigned num_tracing = 0;  // clients that have a category turned on
-
-// A line under construction.  Always leaves room for the newline.
-struct LineBuffer {
-  char text[2048];
-  size_t length = 0;
-
-  __attribute__((format(printf, 2, 3))) void append(const char *format, ...) {
-    const size_t room = sizeof(text) - 1 - length;
-    va_list args;
-    va_start(args, format);
-    const int wanted = vsnprintf(text + length, room, format, args);
-    va_end(args);
-    if (wanted > 0)
-      length += static_cast<size_t>(wanted) < room ? static_cast<size_t>(wanted) : room - 1;
-  }
-
-  // Appends printf-style text whose integers are all 64-bit words, whatever their directives say.
-  void append_words(const char *format, va_list args);
+// One allocation: what a client gets, and behind it the categories.
+struct Client {
+  tty_trace_context context;
+  bool tracing;  // a category is turned on
+  Client *next;
 };
 
-void LineBuffer::append_words(const char *format, va_list args) {
-  for (const char *rest = format; *rest != '\0';) {
-    const size_t plain = strcspn(rest, "%");
-    append("%.*s", static_cast<int>(plain), rest);
-    rest += plain;
-    if (*rest == '\0') break;
-    ++rest;
-    if (*rest == 'l') ++rest;
-    switch (*rest) {
-      case 's': {
-        const char *text_arg = va_arg(args, const char *);
-        append("%s", text_arg != nullptr ? text_arg : "<NULL>");
-        break;
-      }
-      case 'd':
-        append("%lld", va_arg(args, long long));
-        break;
-      case 'u':
-        append("%llu", va_arg(args, unsigned long long));
-        break;
-      case 'x':
-        append("%llx", va_arg(args, unsigned long long));
-        break;
-      case 'X':
-        append("%llX", va_arg(args, unsigned long long));
-        break;
-      case '\0':
-        return;
-      default:
-        append("%c", *rest);
-        break;
-    }
-    ++rest;
+// Guards what follows, and the C library's own lock inside localtime_r, which a child of fork would
+// find taken.
+pthread_mutex_t trace_lock = PTHREAD_MUTEX_INITIALIZER;
+
+// What is the stand-in's to free: a host may bring one of tty_debug_initialize and
+// tty_debug_cleanup alone.
+Client *clients = nullptr;
+unsigned num_tracing = 0;
+
+// Where the lines go.  One for the process, shared by its clients.
+struct Output {
+  int fd;            // -1: not open yet
+  struct stat file;  // what has been opened, unless it is standard error
+} output = {-1, {}};
+unsigned num_lost = 0;  // lines, since the latest that has been written
+
+// The functions of the output REQUIRE the lock.
+void open_output() {
+  output.fd = STDERR_FILENO;
+  const char *path = secure_getenv("TTY_TRACE_FILE");
+  if (path == nullptr || *path == '\0') return;
+  int fd = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0600);
+  if (fd >= 0 && fd <= STDERR_FILENO) {
+    // What the program writes to a standard file that it has not got is not for the trace.
+    const int low = fd;
+    fd = fcntl(low, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    close(low);
   }
+  if (fd < 0 || fstat(fd, &output.file) != 0) {
+    Line line;
+    line.print("TTY_TRACE_FILE: %s: %s", path, strerror(errno));
+    line.report();
+    return;
+  }
+  if (!S_ISFIFO(output.file.st_mode)) fcntl(fd, F_SETFL, O_APPEND);  // blocks, as a terminal should
+  output.fd = fd;
+}
+
+// Says whether the file is still open: a process that closes whatever is, as daemons do, may by now
+// have a file of its own in its place.
+bool has_output() {
+  struct stat now;
+  return output.fd == STDERR_FILENO ||
+         (fstat(output.fd, &now) == 0 && now.st_dev == output.file.st_dev &&
+          now.st_ino == output.file.st_ino);
+}
+
+void close_output() {
+  if (output.fd > STDERR_FILENO && has_output()) close(output.fd);
+  output.fd = -1;
+}
+
+// Says how many lines have been lost, behind the first one that is not.
+void tell_lost() {
+  Line line;
+  line.print("%u trace lines have been lost up to here", num_lost);
+  if (line.write_to(output.fd, false)) num_lost = 0;
 }
 
 bool same_name(const char *text, size_t length, const char *name) {
   return strlen(name) == length && strncmp(text, name, length) == 0;
 }
 
-// Finds what TTY_TRACE says of a client: what follows its name ("" or ":block+tty...", up to a
-// comma or the end), or NULL if the client is not named.
-const char *client_setting(const char *name) {
-  const char *entry = getenv("TTY_TRACE");
-  while (entry != nullptr) {
-    const size_t length = strcspn(entry, ":,");
-    if (same_name(entry, length, name)) return entry + length;
-    entry = strchr(entry, ',');
-    if (entry != nullptr) ++entry;
+// Visits what TTY_TRACE says of a client: the names of categories, with their lengths, and NULL
+// where an entry names the client alone.
+template <typename Visit>
+void visit_wanted(const char *client, Visit visit) {
+  const char *rest = secure_getenv("TTY_TRACE");
+  while (rest != nullptr) {
+    size_t length = strcspn(rest, ":,");
+    const bool named = same_name(rest, length, client);
+    rest += length;
+    if (named && *rest != ':') visit(nullptr, 0);
+    while (*rest == ':' || *rest == '+') {
+      ++rest;
+      length = strcspn(rest, "+,");
+      if (named && length != 0) visit(rest, length);
+      rest += length;
+    }
+    rest = *rest == ',' ? rest + 1 : nullptr;
   }
-  return nullptr;
 }
 
-// Turns on the categories that a client's setting names.  Returns whether there are any.
-bool apply_setting(const tty_trace_context *context, const char *client, const char *setting) {
-  bool any = false;
-  const auto turn_on = [&](uint32_t category) {
-    context->categories[category].enabled = 1;
-    any = true;
-  };
-  if (*setting != ':') {
-    for (uint32_t i = 0; i < context->num_categories; ++i) turn_on(i);
-  }
-  while (*setting == ':' || *setting == '+') {
-    ++setting;
-    const size_t length = strcspn(setting, "+,");
-    bool known = length == 0;
-    for (uint32_t i = 0; i < context->num_categories; ++i) {
-      if (!same_name(setting, length, context->categories[i].name)) continue;
-      turn_on(i);
+// Says that a client has no category of a name, at the first mention.
+void complain(const char *unknown, size_t length, const char *client) {
+  bool said = false;
+  visit_wanted(client, [&](const char *other, size_t other_length) {
+    said |= other != nullptr && other < unknown && other_length == length &&
+            strncmp(other, unknown, length) == 0;
+  });
+  if (said) return;
+  Line line;
+  line.print("TTY_TRACE: %s has no category '%.*s'", client, static_cast<int>(length), unknown);
+  line.report();
+}
+
+// Turns on the categories that are wanted of a client.
+void turn_on_wanted(const char *name, Client *client) {
+  visit_wanted(name, [&](const char *wanted, size_t length) {
+    bool known = wanted == nullptr;
+    for (uint32_t i = 0; i < client->context.num_categories; ++i) {
+      tty_trace_category &category = client->context.categories[i];
+      if (wanted != nullptr && !same_name(wanted, length, category.name)) continue;
+      category.enabled = 1;
+      client->tracing = true;
       known = true;
     }
-    if (!known) {
-      dprintf(STDERR_FILENO, "TTY_TRACE: %s has no category '%.*s'\n", client,
-              static_cast<int>(length), setting);
-    }
-    setting += length;
-  }
-  return any;
+    if (!known) complain(wanted, length, name);
+  });
 }
 
-void open_output() {
-  const char *path = getenv("TTY_TRACE_FILE");
-  if (path == nullptr || *path == '\0') return;
-  const int fd = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
-  if (fd < 0) {
-    dprintf(STDERR_FILENO, "TTY_TRACE_FILE: %s: %s\n", path, strerror(errno));
-    return;
+// Appends printf-style text whose integers are all 64-bit words, whatever their directives say.
+void put_words(Line &line, const char *format, va_list args) {
+  for (const char *rest = format; *rest != '\0';) {
+    const size_t plain = strcspn(rest, "%");
+    line.put(rest, plain);
+    rest += plain;
+    if (*rest == '\0') break;
+    ++rest;
+    if (*rest == 'l') ++rest;
+    switch (*rest) {
+      case 's':
+        line.put(va_arg(args, const char *));
+        break;
+      case 'd':
+        line.print("%lld", va_arg(args, long long));
+        break;
+      case 'u':
+        line.print("%llu", va_arg(args, unsigned long long));
+        break;
+      case 'x':
+        line.print("%llx", va_arg(args, unsigned long long));
+        break;
+      case 'X':
+        line.print("%llX", va_arg(args, unsigned long long));
+        break;
+      case '\0':
+        return;
+      default:
+        line.put(rest, 1);
+        break;
+    }
+    ++rest;
   }
-  trace_fd = fd;
+}
+
+// What a child of fork inherits has not been lost by it.
+void forget_lost() { num_lost = 0; }
+
+__attribute__((constructor)) void prepare() { survive_fork<trace_lock, forget_lost>(); }
+
+// A host's own tty_debug_cleanup leaves the file open.
+__attribute__((destructor)) void unprepare() {
+  if (tty_is_unloaded(&output)) close_output();
 }
 
 }  // namespace
@@ -140,53 +191,70 @@ void open_output() {
 void tty_debug_initialize(const char *name, uintptr_t /*registration*/,
                           const char *const *categories, uintptr_t * /*registration_slot*/,
                           int /*flags*/, tty_trace_context **context, uintptr_t *enabled) {
-  tty_watch_for_exit(__builtin_return_address(0));
+  const ServiceCall call;
+  tty_watch_for_exit();
   *enabled = 0;
   *context = nullptr;
   uint32_t count = 0;
   while (categories[count] != nullptr) ++count;
 
-  // One allocation: the context, and behind it the categories.
-  auto *made = static_cast<tty_trace_context *>(
-      calloc(1, sizeof(tty_trace_context) + count * sizeof(tty_trace_category)));
-  if (made == nullptr) return;
-  made->categories = reinterpret_cast<tty_trace_category *>(made + 1);
-  made->num_categories = count;
-  for (uint32_t i = 0; i < count; ++i) made->categories[i] = {name, categories[i], 0};
-  *context = made;
-
-  const char *setting = client_setting(name);
-  if (setting == nullptr || !apply_setting(made, name, setting)) return;
-  if (num_tracing++ == 0) open_output();
+  const Lock lock(trace_lock);
+  auto *client =
+      static_cast<Client *>(calloc(1, sizeof(Client) + count * sizeof(tty_trace_category)));
+  if (client == nullptr) return;
+  client->context = {reinterpret_cast<tty_trace_category *>(client + 1), count};
+  for (uint32_t i = 0; i < count; ++i) client->context.categories[i] = {name, categories[i], 0};
+  turn_on_wanted(name, client);
+  client->next = clients;
+  clients = client;
+  *context = &client->context;
+  if (!client->tracing) return;
   *enabled = 1;
+  if (num_tracing++ == 0) open_output();
 }
 
-void tty_debug_cleanup(const char * /*name*/, tty_trace_context *context, uintptr_t enabled) {
-  free(context);
-  if (enabled == 0 || --num_tracing != 0 || trace_fd == STDERR_FILENO) return;
-  close(trace_fd);
-  trace_fd = STDERR_FILENO;
+void tty_debug_cleanup(const char * /*name*/, tty_trace_context *context, uintptr_t /*enabled*/) {
+  const ServiceCall call;
+  const Lock lock(trace_lock);
+  Client **link = &clients;
+  while (*link != nullptr && &(*link)->context != context) link = &(*link)->next;
+  if (*link == nullptr) return;
+  Client *client = *link;
+  *link = client->next;
+  if (client->tracing && --num_tracing == 0) close_output();
+  free(client);
 }
 
 void tty_trace(tty_trace_category *category, int /*level*/, int /*flags*/,
-               uintptr_t /*registration*/, int /*kind*/, const char *routine, int line,
+               uintptr_t /*registration*/, int /*kind*/, const char *routine, int line_number,
                const char *format, ...) {
-  const int saved_errno = errno;
+  const ServiceCall call;
   timespec now;
   clock_gettime(CLOCK_REALTIME, &now);
   tm local;
-  localtime_r(&now.tv_sec, &local);
-
-  LineBuffer buffer;
-  buffer.append("%02d:%02d:%02d.%06ld %d %s/%s %s:%d ", local.tm_hour, local.tm_min, local.tm_sec,
-                now.tv_nsec / 1000, static_cast<int>(gettid()), category->client, category->name,
-                routine, line);
+  int fd = -1;
+  bool lost = false;
+  {
+    const Lock lock(trace_lock);
+    localtime_r(&now.tv_sec, &local);
+    if (!has_output()) open_output();
+    fd = output.fd;
+    lost = num_lost != 0;
+  }
+  Line line;
+  line.print("%02d:%02d:%02d.%06ld %d %s/%s %s:%d ", local.tm_hour, local.tm_min, local.tm_sec,
+             now.tv_nsec / 1000, static_cast<int>(gettid()), category->client, category->name,
+             routine, line_number);
   va_list args;
   va_start(args, format);
-  buffer.append_words(format, args);
+  put_words(line, format, args);
   va_end(args);
-  buffer.text[buffer.length++] = '\n';
-  // A trace line that cannot be written is lost: there is nobody to tell.
-  [[maybe_unused]] const ssize_t written = write(trace_fd, buffer.text, buffer.length);
-  errno = saved_errno;
+  const bool written = line.write_to(fd, !lost);
+  if (written && !lost) return;
+  const Lock lock(trace_lock);
+  if (!written) {
+    ++num_lost;
+  } else if (num_lost != 0) {
+    tell_lost();
+  }
 }
