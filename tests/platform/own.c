@@ -1,0 +1,20 @@
+/* One SERVICE of a host's own, to be loaded ahead of the stand-in. */
+
+#include <stdio.h>
+
+#ifdef OWN_tty_debug_initialize
+#include "tty_platform.h"
+
+void tty_debug_initialize(const char *name, uintptr_t word, const char *const *names,
+                          uintptr_t *slot, int flags, tty_trace_context **context, uintptr_t *on) {
+  static tty_trace_category categories[5];
+  static tty_trace_context own = {categories, 5};
+  for (int i = 0; i < 5; ++i) categories[i] = (tty_trace_category){name, names[i], 1};
+  *context = &own;
+  *on = word + (uintptr_t)flags + (slot != NULL);
+}
+#elif defined OWN_tty_debug_cleanup
+void tty_debug_cleanup(const char *name) { fprintf(stderr, "cleanup-%s ", name); }
+#else
+long SERVICE(void) { return 0; }
+#endif

@@ -1,0 +1,144 @@
+#!/usr/bin/env bash
+# What the stand-in does in the surroundings that a process may find itself in.
+#   platform.sh PROGRAMS GROUP...    the directory of the programs, and groups of the cases below
+set -uo pipefail
+programs=$(cd "$1" && pwd) scratch=$(mktemp -d) failures=0
+trap 'rm -rf "$scratch"' EXIT
+cd "$scratch" || exit
+ulimit -c 0
+unset TTY_TRACE_FILE TTY_ASSERT NO_DLLMAIN
+export LC_ALL=C TTY_TRACE=db
+
+# same WHAT EXPECTED ACTUAL
+same() {
+  [[ $2 == "$3" ]] && return
+  printf '%s:\n expected %q\n got      %q\n' "$1" "$2" "$3" >&2
+  failures=1
+}
+
+# run START 'VARIABLES' 'ACTIONS' [REDIRECTION]: what a program prints, without times and thread numbers.
+run() {
+  local IFS=' '
+  # shellcheck disable=SC2086 # both are words
+  eval 'timeout -s KILL 120 env $2 "$programs/program_$1" $3 2>&1 '"${4:-}" |
+    sed -E 's/^[0-9:]{8}\.[0-9]{6} [0-9]+ /T /; s/^ +| $//g' || printf 'status %d' $?
+}
+
+# check START 'VARIABLES' 'ACTIONS' EXPECTED [REDIRECTION]
+check() { same "$1 $2 $3" "$4" "$(run "$1" "$2" "$3" "${5:-}")"; }
+
+line='T db/block routine:12 <NULL> -1 9223372036854775808 ab 123456789ABC 100%'
+failed='Assertion failed in routine, line 7:'
+
+check_services() {
+  local text=$'a\nb\tc\rd\\e\e\x7f\x01\x9bé\xc2\x9b日\xe9\xed\xa0\x80😀'
+  local escaped='a\nb\tc\rd\\e\x1b\x7f\x01\x9bé\xc2\x9b日'$'\xe9\xed\xa0''\x8''0😀'
+  for case in =0000 other=0000 dbx,d=0000 db=1111 db:=0000 db:block+tty=0111 other:global,db:tty=0011 \
+    other:x,db=1111 db:block,other=0101 db:tty,db:global=1011 db:tty,db=1111; do
+    check platform "TTY_TRACE=${case%=*}" 'start=report end' "${case#*=}"
+  done
+  check platform TTY_TRACE=db:no+tty+no,db:no+$'\e'+block start=report \
+    "TTY_TRACE: db has no category 'no'"$'\n'"TTY_TRACE: db has no category '\\x1b'"$'\n'0111
+  check platform '' "start trace=$text" "$line $escaped"
+  check platform '' "raise=3$text" "HOST MESSAGE: $escaped (16)"
+  check platform TTY_ASSERT=report "assert=$text" "$failed $escaped"
+  check platform TTY_ASSERT=other assert=a "$failed a"$'\nstatus 134'
+  check platform '' 'texts register=1201 texts register=1200 texts' '0 2 0 0 13'
+
+  # What fits a line of 2048 bytes, the newline included.
+  # shellcheck disable=SC2046 # the numbers are words
+  text=$(printf 'x%.0s' $(seq $((2044 - ${#failed}))))
+  for case in $'\n=\\n' $'x\n=x' xé=x; do
+    check platform TTY_ASSERT=report "assert=$text${case%=*}z" "$failed $text${case#*=}"
+  done
+
+  check platform '' 'flood=3 later flood=3 flood=4 flood=2' '1 90 more messages were left out
+1 HOST MESSAGE: 90 more messages were left out
+220 HOST MESSAGE: flood (16)' '| sort | uniq -c'
+}
+
+check_files() {
+  check platform TTY_TRACE_FILE=trace 'start flood=4 end start flood=4 trace=again' '' '2>/dev/null'
+  same trace $'600\n50 a\n1 again\n50 b\n50 c\n50 d' \
+    "$(stat -c %a trace; sed 's/.*100% //' trace | sort | uniq -c | sed -E 's/(.)\1{499}$/\1/; s/^ *//')"
+  check platform TTY_TRACE_FILE=$'no\nne/x' 'start start trace=x' \
+    'TTY_TRACE_FILE: no\nne/x: No such file or directory'$'\n'"$line x"
+  ln -s /dev/stderr link
+  for file in /dev/stderr /dev/stdout /dev/fd/2 /proc/self/fd/1 link; do
+    check platform "TTY_TRACE_FILE=$file" 'start trace=x' "$line x"
+  done
+
+  # Descriptors that the program has not got when it starts, or has closed since.
+  check platform TTY_TRACE_FILE=closed start=report '' '<&- >&-'
+  same 'standard output' '' "$(<closed)"
+  check platform '' 'start reuse=own trace=x' '' '2>&-'
+  check platform TTY_TRACE_FILE=kept 'start reuse=own trace=x' ''
+  same 'files, reopened' "0 own 1 kept 1 total" "$(wc -l own kept | xargs)"
+  check platform '' 'nap=1 start trace=x' '' '2> >(:)'
+
+  # A pipe without a reader, with one that is slow, and with one that is too slow: what comes and is
+  # said to be lost, and how often that is said.
+  mkfifo pipe
+  check platform TTY_TRACE_FILE=pipe 'start trace=x' \
+    $'TTY_TRACE_FILE: pipe: No such device or address\n'"$line x"
+  for delay in 1 6; do
+    exec 8<>pipe
+    { sleep "$delay"; cat; } <pipe >got 8>&- &
+    run platform TTY_TRACE_FILE=pipe "start flood=4 flood=4 flood=4 nap=$((delay - 1)) trace=x" >/dev/null
+    exec 8>&-
+    wait
+    same "pipe $delay" "301 $((delay / 6))" "$(awk '/100%/ { ++lines } / lost up to here$/ { lines += $1; ++said }
+      END { print lines, said + 0 }' got)"
+  done
+
+  truncate -s 64K full
+  ulimit -f 64
+  check platform TTY_TRACE_FILE=full 'start trace=x' ''
+}
+
+check_threads() {
+  export TTY_TRACE_FILE=/dev/null
+  check platform '' wait 'cb c'
+  check platform '' 'start fork' 100 '2>/dev/null'
+  check platform '' 'start cancel' '' '2>/dev/null'
+  check linked '' 'start create cancel destroy' '' '2>/dev/null'
+}
+
+# A program that runs with another group.
+check_secure() {
+  local group
+  group=$({ id -G | tr ' ' '\n'; echo 65534; } | grep -vx "$(id -g)" | head -n 1)
+  install -m 2755 -g "$group" "$programs/program_platform" program_secure && programs=$scratch
+  [[ $(run secure '' start=report) == *secure* ]] || return 0
+  check secure 'TTY_TRACE_FILE=made TTY_ASSERT=report' 'start=report assert=a' \
+    "0000 secure $failed a"$'\nstatus 134'
+  same files 'made*' "$(echo made*)"
+}
+
+# When the library ends its tracing: at an explicit unload, and never because the process exits.
+check_loader() {
+  local start service own=$programs/libown_ cleanup=$programs/libown_tty_debug_cleanup.so
+  export TTY_TRACE_FILE=/dev/null ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0
+  check linked "LD_PRELOAD=$cleanup" exit_in_thread ''
+  check linked "LD_PRELOAD=$cleanup" 'texts open close texts' '13 13'
+  check bare "NO_DLLMAIN= LD_PRELOAD=$cleanup" 'open texts close' 0
+  check bare "LD_PRELOAD=$cleanup" 'open texts close lowest_free' '13 cleanup-db 3'
+  for start in platform bare; do
+    check "$start" "LD_PRELOAD=$cleanup" 'open close open open close close open open close' 'cleanup-db cleanup-db'
+    # One service is the host's own, and then the clean-up as well.
+    for service in "$own"*; do
+      check "$start" "LD_PRELOAD=$service" 'open create destroy close open create destroy' \
+        "$([[ $service != "$cleanup" ]] || echo cleanup-db)"
+      check "$start" "LD_PRELOAD=$cleanup:$service" 'open close open' cleanup-db
+      check "$start" "LD_PRELOAD=$cleanup:$service" 'open exit_in_thread' ''
+    done
+    # All that run when the library is loaded; the lines go where the stand-in's would.
+    check "$start" "LD_PRELOAD=$cleanup:${own}tty_debug_initialize.so:${own}qerr_register_dll.so" open ''
+    check "$start" "LD_PRELOAD=${own}tty_debug_initialize.so TTY_TRACE_FILE=/dev/fd/1" 'open create' 1 \
+      '2>/dev/null | grep -c EXITED'
+  done
+}
+
+for group in "${@:2}"; do
+  ("check_$group"; [[ $failures == 0 ]]) || exit
+done

@@ -1,0 +1,186 @@
+// Does what its arguments say, one after the other, and prints what comes of it.  An argument is
+// the name of a function do_NAME below, or NAME=TEXT.
+
+#include <dlfcn.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/auxv.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <string>
+#include <thread>
+
+#include "tty_db.h"
+#include "tty_thread_block.h"
+
+namespace {
+
+void *library = RTLD_DEFAULT;
+tty_db_type *db = nullptr;
+tty_trace_context *context = nullptr;
+uintptr_t enabled = 0;
+tty_db_msg_limit_type limit = {{1}};
+
+// A function of the library, or of the stand-in that comes with it.
+#define CALL(function) reinterpret_cast<decltype(&function)>(dlsym(library, #function))
+
+void trace(const char *text) {
+  tty_trace(&context->categories[1], 5, 0, 0, 1, "routine", 12, "%s %d %lu %x %X 100%% %s",
+            static_cast<const char *>(nullptr), int64_t{-1}, uint64_t{1} << 63, uint64_t{0xab},
+            uint64_t{0x123456789abc}, text);
+}
+
+// A message of severity 2 or 3, or 4: without a limit.
+void raise(int severity, const char *text) {
+  const tty_db_msg_rec_type record = {
+      nullptr, "%s (%d)", severity < 4 ? &limit : nullptr, "HOST", "", "MESSAGE", 1, 3, {}, 0, 0};
+  kel_errmsg(&record, severity, text, 16);
+}
+
+void announce(const char *routine) { ptd_set_mutex_block(nullptr, routine, 1); }
+
+// The routines in which threads wait.
+std::string waiting() {
+  ptd_mutex_block blocks[4] = {};
+  std::string routines;
+  for (size_t left = ptd_list_mutex_blocks(blocks, 4); left > 0; --left)
+    routines = blocks[left - 1].routine + routines;
+  return routines + " ";
+}
+
+void use_services() {
+  announce("service");
+  trace("line");
+  raise(3, "flood");
+  ptd_unset_mutex_block();
+}
+
+void *use_until_cancelled(void *) {
+  uint32_t count = 0;
+#ifndef __SANITIZE_THREAD__  // ends a process for this
+  if (db == nullptr) pthread_setcanceltype(PTHREAD_CANCEL_ASYNCHRONOUS, nullptr);
+#endif
+  for (;; pthread_testcancel())
+    db == nullptr ? use_services() : void(CALL(tty_db_get_details)(db, &count, &count));
+}
+
+template <typename Work>
+void in_threads(Work work) {
+  std::thread threads[4];
+  for (int i = 0; i < 4; ++i) threads[i] = std::thread(work, i);
+  for (std::thread &thread : threads) thread.join();
+}
+
+}  // namespace
+
+extern "C" {
+void do_open(const char *) { library = dlopen(LIBRARY, RTLD_NOW); }
+void do_close(const char *) { dlclose(library); }
+void do_exit_in_thread(const char *) { std::thread(exit, 0).join(); }
+void do_create(const char *) { CALL(tty_db_create)(0, &db); }
+void do_destroy(const char *) { printf("%s", CALL(tty_db_destroy)(db) == 0 ? "" : "locked "); }
+void do_lowest_free(const char *) { printf("%d ", dup(0)); }
+void do_texts(const char *) {
+  int texts = 0;
+  for (uint32_t code = 0xc2580000u; code < 0xc2590000u; code += 0x100)
+    texts += CALL(qerr_strerror)(code) != nullptr;
+  printf("%d ", texts);
+}
+
+void do_register(const char *component) { printf("%d ", qerr_register_dll(atoi(component), "")); }
+void do_start(const char *report) {
+  static const char *const kNames[] = {"global", "block", "tty", nullptr};
+  tty_debug_initialize("db", 0, kNames, nullptr, 0, &context, &enabled);
+  if (*report == '\0') return;
+  for (uint32_t i = 0; i < 3; ++i) printf("%d", context->categories[i].enabled != 0);
+  printf("%d%s ", enabled != 0, getauxval(AT_SECURE) != 0 ? " secure" : "");
+}
+void do_end(const char *) { tty_debug_cleanup("db", context, enabled); }
+void do_nap(const char *seconds) { sleep(atoi(seconds)); }
+void do_trace(const char *text) { trace(text); }
+void do_assert(const char *text) { tty_ltrace_assert("routine", 7, text); }
+void do_raise(const char *text) { raise(text[0] - '0', text + 1); }
+
+// The window of the messages' limit began long ago.
+void do_later(const char *) { limit.words[2] = limit.words[3] = 0; }
+
+// Messages of a severity, and trace lines of 500 letters, of four threads.
+void do_flood(const char *severity) {
+  in_threads([severity](int n) {
+    for (int i = 0; i < 25; ++i) {
+      raise(severity[0] - '0', "flood");
+      if (enabled != 0) trace(std::string(500, "abcd"[n]).c_str());
+    }
+  });
+}
+
+// Closes what is open, as daemons do, and opens a file of its own.
+void do_reuse(const char *path) {
+  close_range(3, ~0u, 0);
+  open(path, O_WRONLY | O_CREAT, 0600);
+}
+
+// One thread announces twice; the other, which is not the latest then, leaves the list.
+void do_wait(const char *) {
+  announce("a");
+  std::thread other([] {
+    announce("b");
+    while (waiting()[0] != 'c') std::this_thread::yield();
+    printf("%s", waiting().c_str());
+    ptd_unset_mutex_block();
+    printf("%s", waiting().c_str());
+  });
+  while (waiting()[0] != 'b') std::this_thread::yield();
+  announce("c");
+  other.join();
+}
+
+// Forks while other threads use the services, which the children use, too.
+void do_fork(const char *) {
+  std::atomic<int> forks{0};
+  in_threads([&forks](int n) {
+    while (n > 0 && forks < 100) use_services();
+    for (int status = 0; n == 0 && forks < 100; forks += 1 + status) {
+      if (fork() == 0) {
+        alarm(30);
+        const bool inherited = waiting() != " ";
+        use_services();
+        _exit(inherited);
+      }
+      wait(&status);
+    }
+  });
+  printf("%d ", forks.load());
+}
+
+// Cancels threads that use the services or, if there is a database, the library.  Prints what waits
+// for ever.
+void do_cancel(const char *) {
+  for (useconds_t round = 0; round < 200; ++round) {
+    pthread_t thread;
+    pthread_create(&thread, nullptr, use_until_cancelled, nullptr);
+    usleep(100 + round);
+    pthread_cancel(thread);
+    pthread_join(thread, nullptr);
+  }
+  use_services();
+  printf("%s", waiting().c_str());
+}
+}
+
+int main(int /*argc*/, char **argv) {
+  while (*++argv != nullptr) {
+    const std::string name = std::string("do_") + strtok(*argv, "=");
+    const char *text = strtok(nullptr, "");
+    auto *action = reinterpret_cast<void (*)(const char *)>(dlsym(RTLD_DEFAULT, name.c_str()));
+    errno = EBUSY;
+    action(text != nullptr ? text : "");
+    if (errno != EBUSY) printf("errno %d ", errno);
+    fflush(stdout);
+  }
+}
