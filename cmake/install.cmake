@@ -19,6 +19,7 @@ install(TARGETS ${libraries} EXPORT ttydb-targets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 install(FILES include/tty_db.h include/tty_db.hpp platform/tty_platform.h platform/tty_thread_block.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
+install(FILES valgrind/ttydb.supp DESTINATION ${CMAKE_INSTALL_DATADIR}/ttydb/valgrind COMPONENT development)
 if(TARGET tty-lines)
   install(TARGETS tty-lines RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
   install(FILES tools/completions/tty-lines DESTINATION share/bash-completion/completions COMPONENT tools)
