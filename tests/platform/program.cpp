@@ -61,12 +61,11 @@ void use_services() {
 }
 
 void *use_until_cancelled(void *) {
-  uint32_t count = 0;
 #ifndef __SANITIZE_THREAD__  // ends a process for this
   if (db == nullptr) pthread_setcanceltype(PTHREAD_CANCEL_ASYNCHRONOUS, nullptr);
 #endif
   for (;; pthread_testcancel())
-    db == nullptr ? use_services() : void(CALL(tty_db_get_details)(db, &count, &count));
+    db == nullptr ? use_services() : void(CALL(tty_db_tty_deregister)(db, 0, 0));
 }
 
 template <typename Work>
@@ -131,7 +130,6 @@ void do_wait(const char *) {
   std::thread other([] {
     announce("b");
     while (waiting()[0] != 'c') std::this_thread::yield();
-    printf("%s", waiting().c_str());
     ptd_unset_mutex_block();
     printf("%s", waiting().c_str());
   });
@@ -148,9 +146,8 @@ void do_fork(const char *) {
     for (int status = 0; n == 0 && forks < 100; forks += 1 + status) {
       if (fork() == 0) {
         alarm(30);
-        const bool inherited = waiting() != " ";
         use_services();
-        _exit(inherited);
+        _exit(waiting() != " ");
       }
       wait(&status);
     }
