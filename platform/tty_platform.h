@@ -6,9 +6,9 @@
  * provides first is what runs.  libttyplatform is the stand-in for a host that has no services of
  * its own; a host that has them replaces that library, or defines single functions in its program.
  *
- * Any thread may call any service at any time, but for tty_debug_initialize(),
- * tty_debug_cleanup() and qerr_register_dll(), which the library calls from its load and unload
- * hooks.
+ * Any thread may call any service at any time, but for tty_debug_initialize(), tty_debug_cleanup()
+ * and qerr_register_dll(), which the library calls from its load and unload hooks.  The library has
+ * locks when it calls one: a service is no cancellation point, and does not call the library.
  */
 #ifndef TTY_PLATFORM_H
 #define TTY_PLATFORM_H
@@ -56,7 +56,8 @@ TTY_PLATFORM_API void tty_debug_initialize(const char *name, uintptr_t registrat
                                            uintptr_t *registration_slot, int flags,
                                            tty_trace_context **context, uintptr_t *enabled);
 
-/** Ends the tracing that tty_debug_initialize() set up, and frees the context. */
+/** Ends the tracing that tty_debug_initialize() set up, and frees the context.  The stand-in leaves a
+ * context alone that it has not made. */
 TTY_PLATFORM_API void tty_debug_cleanup(const char *name, tty_trace_context *context,
                                         uintptr_t enabled);
 
@@ -85,7 +86,7 @@ TTY_PLATFORM_API int qerr_register_dll(uint32_t component, const char *path);
 /** The text of a result code.  @return NULL if its component is not registered or has none */
 TTY_PLATFORM_API const char *qerr_strerror(uint32_t code);
 
-/** Guards a message against floods.  The logger's to use. */
+/** Guards a message against floods.  The logger, whose record it is, finds 1 and zeros. */
 typedef struct tty_db_msg_limit_type {
   uint32_t words[8]; /**< 1 and zeros, before the logger has used them */
 } tty_db_msg_limit_type;

@@ -18,7 +18,8 @@
 
 namespace {
 
-// A lock.  The calls on mutexes are among those that this file is handed, so that it cannot use one.
+// A lock.  The calls on mutexes are among those that this file is handed, so that it cannot use
+// one.
 class HostLock {
  public:
   HostLock() { sem_init(&free_, 0, 1); }
