@@ -1,4 +1,5 @@
-/* Threads that share lines, for valgrind to look at; with an argument, they make a mistake. */
+/* Threads that share lines, for valgrind to look at; with an argument,
+ * they make a mistake. */
 #include <pthread.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -23,20 +24,26 @@ static void check(uint32_t rc, const char *what) {
 
 static void *work(void *argument) {
   const uint32_t own = *(const uint32_t *)argument;
-  if (mistaken) ++workers_started; /* the other workers do so, too, and no lock is held */
+  if (mistaken)
+    ++workers_started; /* the other workers do so, too, and no lock is
+                          held */
   for (int round = 0; round < ROUNDS; ++round) {
     tty_db_tty_type *tty;
     check(tty_db_tty_retrieve(db, SERIAL, SHARED, &tty), "retrieve");
     ++((struct port *)tty)->uses;
     check(tty_db_tty_unlock(db, tty), "unlock");
 
-    /* A line of this worker's own comes and goes, as soon as the database is not busy. */
+    /* A line of this worker's own comes and goes, as soon as the
+     * database is not busy. */
     uint32_t rc;
     do {
-      rc = tty_db_tty_register(db, SERIAL, own, sizeof(struct port), &tty);
+      rc = tty_db_tty_register(db, SERIAL, own, sizeof(struct port),
+                               &tty);
     } while (rc == TTY_DB_ERR_LOCK_FAILED);
     check(rc, "register");
-    while ((rc = tty_db_tty_deregister(db, SERIAL, own)) == TTY_DB_ERR_LOCK_FAILED) continue;
+    while ((rc = tty_db_tty_deregister(db, SERIAL, own)) ==
+           TTY_DB_ERR_LOCK_FAILED)
+      continue;
     check(rc, "deregister");
   }
   return NULL;
@@ -47,14 +54,17 @@ int main(int argc, char **argv) {
   mistaken = argc > 1;
   tty_db_tty_type *tty;
   check(tty_db_create(TTY_DB_OPT_ALL, &db), "create");
-  check(tty_db_tty_register(db, SERIAL, SHARED, sizeof(struct port), &tty), "register");
+  check(
+      tty_db_tty_register(db, SERIAL, SHARED, sizeof(struct port), &tty),
+      "register");
   check(tty_db_tty_unlock(db, tty), "unlock");
 
   pthread_t workers[WORKERS];
   uint32_t own[WORKERS];
   for (uint32_t i = 0; i < WORKERS; ++i) {
     own[i] = 100 + 10 * i;
-    if (pthread_create(&workers[i], NULL, work, &own[i]) != 0) exit(EXIT_FAILURE);
+    if (pthread_create(&workers[i], NULL, work, &own[i]) != 0)
+      exit(EXIT_FAILURE);
   }
   for (int i = 0; i < WORKERS; ++i) pthread_join(workers[i], NULL);
 

@@ -80,6 +80,7 @@ const link_map *last_of_program_start(const link_map *program) {
   }
 }
 
+// Returns the loaded object that holds an address; NULL in a program without a loader.
 const link_map *object_at(const void *address) {
   Dl_info info;
   link_map *object = nullptr;
@@ -97,6 +98,7 @@ const link_map *first_object(const link_map *object) {
 // started with.
 bool part_of_program_start(const void *address) {
   const link_map *owner = object_at(address);
+  if (owner == nullptr) return true;
   const link_map *first = first_object(owner);
   if (*first->l_name != '\0') return false;
   const link_map *opened = last_of_program_start(first)->l_next;
@@ -119,9 +121,10 @@ __attribute__((constructor)) void watch_from_start() {
 }  // namespace
 
 void tty_watch_for_exit() {
-  if (watching || last_of_program_start(first_object(object_at(&watching)))->l_next == nullptr)
-    return;
-  set_handler();
+  const link_map *own = object_at(&watching);
+  if (watching || own == nullptr) return;
+  const bool any_opened = last_of_program_start(first_object(own))->l_next != nullptr;
+  if (any_opened) set_handler();
 }
 
 bool tty_is_unloaded(const void *caller) { return !exiting && !part_of_program_start(caller); }
