@@ -172,16 +172,16 @@ std::string Listing::blocks() const {
 std::string Listing::totals() const {
   std::string out =
       counted(all_.size(), "line") + " in " + counted(registry_.counts().blocks, "block");
-  const char* separator = ": ";
+  if (const std::size_t count = registry_.not_registrable(); count != 0) {
+    out += ", " + std::to_string(count) + " not registrable";
+  }
+  const char* separator = "\n";
   for (const char* const kind : kKinds) {
     const auto count = std::count_if(all_.begin(), all_.end(),
                                      [&](const Row& row) { return row.cells[kKind] == kind; });
     if (count == 0) continue;
     out += separator + std::to_string(count) + ' ' + kind;
     separator = ", ";
-  }
-  if (const std::size_t count = registry_.not_registrable(); count != 0) {
-    out += "; " + std::to_string(count) + " not registrable";
   }
   out += '\n';
   if (const std::size_t hidden = all_.size() - shown_.size();
