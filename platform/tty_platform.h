@@ -56,8 +56,8 @@ TTY_PLATFORM_API void tty_debug_initialize(const char *name, uintptr_t registrat
                                            uintptr_t *registration_slot, int flags,
                                            tty_trace_context **context, uintptr_t *enabled);
 
-/** Ends the tracing that tty_debug_initialize() set up, and frees the context.  The stand-in leaves a
- * context alone that it has not made. */
+/** Ends the tracing that tty_debug_initialize() set up, and frees the context.  The stand-in leaves
+ * a context alone that it has not made. */
 TTY_PLATFORM_API void tty_debug_cleanup(const char *name, tty_trace_context *context,
                                         uintptr_t enabled);
 
