@@ -30,12 +30,7 @@ void count(const std::string &name, const Loops &loops, size_t calls) {
 
 int main(int argc, char **argv) {
   require(argc >= 2, "usage: ttydb_cost CALLS WORK...");
-  add_retrieve_works();
-  add_register_works();
-  add_iterate_works();
-  add_item_works();
-  add_resize_works();
-  add_database_works();
+  add_all_works();
   for (int i = 2; i < argc; ++i) {
     const auto work = std::find_if(works().begin(), works().end(),
                                    [&](const Work &known) { return known.name == argv[i]; });

@@ -8,12 +8,7 @@
 int main(int argc, char **argv) {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  add_retrieve_works();
-  add_register_works();
-  add_iterate_works();
-  add_item_works();
-  add_resize_works();
-  add_database_works();
+  add_all_works();
   for (const Work &work : works()) {
     auto *const timed = benchmark::RegisterBenchmark(work.name.c_str(), work.set_up().timed);
     if (work.threads > 1) timed->Threads(work.threads)->UseRealTime();

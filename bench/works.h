@@ -70,6 +70,15 @@ void add_item_works();
 void add_resize_works();
 void add_database_works();
 
+inline void add_all_works() {
+  add_retrieve_works();
+  add_register_works();
+  add_iterate_works();
+  add_item_works();
+  add_resize_works();
+  add_database_works();
+}
+
 // The comparisons of the library with and without trace points, which time themselves.
 void add_trace_gate_works();
 

@@ -261,6 +261,14 @@ bool fails(const char *function) {
   return true;
 }
 
+size_t leading_zeros(const unsigned char *bytes, size_t size) {
+  // All alike is found out fast: a database's record is long.
+  const bool alike = size != 0 && memcmp(bytes, bytes + 1, size - 1) == 0;
+  if (alike && *bytes == 0) return size;
+  const auto is_set = [](unsigned char byte) { return byte != 0; };
+  return static_cast<size_t>(std::find_if(bytes, bytes + size, is_set) - bytes);
+}
+
 void *track(void *pointer, size_t size) {
   const Guard guard(records().lock);
   if (pointer != nullptr) records().live[pointer] = size;
@@ -332,13 +340,7 @@ void __wrap_free(void *pointer) {
     records().names.erase(pointer);
     const auto found = records().live.find(pointer);
     if (found != records().live.end()) {
-      const auto *bytes = static_cast<const unsigned char *>(pointer);
-      const auto *end = bytes + found->second;
-      const auto is_set = [](unsigned char byte) { return byte != 0; };
-      // All alike is found out fast: a database's record is long.
-      const bool alike = memcmp(bytes, bytes + 1, found->second - 1) == 0;
-      const auto *first_set = alike && *bytes == 0 ? end : std::find_if(bytes, end, is_set);
-      records().zeros = static_cast<size_t>(first_set - bytes);
+      records().zeros = leading_zeros(static_cast<const unsigned char *>(pointer), found->second);
       records().live.erase(found);
     }
   }
