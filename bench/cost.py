@@ -1,4 +1,4 @@
-#!/ usr / bin / env python3
+#!/usr/bin/env python3
 """Makes a table of callgrind's counts of the works, and compares it with the one in a document.
 
 Fails where the library's own part of a work, its instructions less those of the floor, has grown by
@@ -14,10 +14,11 @@ import sys
 import report
 
 TOLERANCE = 0.03
-#The cache that is simulated, the same on every machine.
+
+# The cache that is simulated, the same on every machine.
 CACHE = ["--I1=32768,8,64", "--D1=32768,8,64", "--LL=8388608,16,64"]
 
-#The works that are counted : what the tables call each is in report.py.
+# The works that are counted: what the tables call each is in report.py.
 WORKS = [
     "retrieve_hot", "retrieve_random_10k", "retrieve_random_60k", "retrieve_first_block",
     "retrieve_last_block", "retrieve_miss", "register_empty", "register_1000_blocks",
@@ -46,7 +47,7 @@ def read_counts(dumps, calls):
         events = re.search(r"^events: (.*)", text, re.MULTILINE)[1].split()
         sums = re.search(r"^totals: (.*)", text, re.MULTILINE)[1].split()
         if trigger:
-#Zeros at the end are left out.
+            # Zeros at the end are left out.
             known = dict(zip(events, map(int, sums)))
             totals[trigger[1], int(trigger[2])] = {event: known.get(event, 0) for event in events}
     counts = {}
@@ -75,8 +76,8 @@ def table(counts):
 def own_parts(text):
     """The own parts in a table, by the text of the work."""
     cells = [[cell.strip() for cell in line.split("|")[1:-1]] for line in text.splitlines()[2:]]
-    return {row[0]: float(row[3]) for row in cells
-}
+    return {row[0]: float(row[3]) for row in cells}
+
 
 def section(path, name):
     with open(path, encoding="utf-8") as file:

@@ -1,8 +1,7 @@
-#!/ usr / bin / env python3
-""
-    "Makes tables and a plot of what the benchmarks have measured.
+#!/usr/bin/env python3
+"""Makes tables and a plot of what the benchmarks have measured.
 
-    Prints the tables; with --document also writes them between the markers of a Markdown file, and with
+Prints the tables; with --document also writes them between the markers of a Markdown file, and with
 --plot draws the cost against the number of blocks.  With --check fails where a limit does not hold.
 """
 
@@ -24,7 +23,7 @@ PEERS = [
     ("tbb_hash_map", "tbb::concurrent_hash_map"),
 ]
 
-#Name of the work, and what the tables call it.
+# Name of the work, and what the tables call it.
 WORKS = [
     ("retrieve_hot", "retrieve and unlock: one line, always the same"),
     ("retrieve_random_10k", "retrieve and unlock: at random, 10,000 lines in 1,000 blocks"),
@@ -49,7 +48,7 @@ WORKS = [
     ("make_and_destroy", "make a database with a line in each category, and destroy it"),
 ]
 
-#What the trace points cost : works that are measured with them and without.
+# What the trace points cost: works that are measured with them and without.
 GATE_WORKS = [
     ("gate_retrieve_hot", "retrieve and unlock: one line, always the same"),
     ("gate_retrieve_random_10k", "retrieve and unlock: at random, 10,000 lines in 1,000 blocks"),
@@ -59,7 +58,7 @@ GATE_WORKS = [
 
 BLOCK_COUNTS = [1, 3, 10, 30, 100, 300, 1000]
 
-#What is compared with what, at most how many times as much, and what is aimed at.
+# What is compared with what, at most how many times as much, and what is aimed at.
 LIMITS = [
     ("retrieve_hot/library", "retrieve_hot/floor", 1.2, 1.1),
     ("retrieve_random_10k/library", "retrieve_random_10k/floor", 1.3, 1.15),
@@ -79,10 +78,10 @@ LIMITS = [
     ("make_and_destroy/library", "retrieve_hot/library", 600, None),
 ]
 GATE_LIMIT = 1.03
-#What a subject of a comparison may scatter : how far its median lies above its lowest figure.
+# What a subject of a comparison may scatter: how far its median lies above its lowest figure.
 QUIET = 0.10
 
-#The resident memory of the library : its key, what it is, and at most how many bytes.
+# The resident memory of the library: its key, what it is, and at most how many bytes.
 RESIDENT_LIMITS = [
     ("empty", "resident memory of an empty database, bytes", 40 * 1024),
     ("line", "resident memory of a line with a 128-byte entry, 10,000 dense lines, bytes", 180),
@@ -106,7 +105,7 @@ class Figures:
                 continue
             assert entry["time_unit"] == "ns"
             name = "/".join(entry["run_name"].split("/")[:2])
-#One thread is timed by its processor time, several by the time that passes.
+            # One thread is timed by its processor time, several by the time that passes.
             all_times[name].append(entry["real_time" if entry["threads"] > 1 else "cpu_time"])
             if name.endswith("/both"):
                 all_gates[name.split("/")[0]].append(entry)
