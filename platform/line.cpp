@@ -28,11 +28,12 @@ ssize_t write_quietly(int fd, const char *bytes, size_t size) {
   sigset_t signals;
   sigset_t pending;
   sigset_t mask;
+  sigemptyset(&pending);
   sigemptyset(&signals);
   sigaddset(&signals, SIGPIPE);
   sigaddset(&signals, SIGXFSZ);
-  sigpending(&pending);
   pthread_sigmask(SIG_BLOCK, &signals, &mask);
+  if (sigismember(&mask, SIGPIPE) == 1 || sigismember(&mask, SIGXFSZ) == 1) sigpending(&pending);
   const ssize_t written = write(fd, bytes, size);
   const int error = errno;
   const int raised = written >= 0 ? 0 : error == EPIPE ? SIGPIPE : error == EFBIG ? SIGXFSZ : 0;
@@ -100,6 +101,8 @@ void Line::put(const char *text, size_t size) {
     if (is_control(character.code) || character.code == '\\') {
       put_escape(*bytes);
       ++text;
+    } else if (character.length == 1) {
+      text_[length_++] = *text++;
     } else {
       add(text, character.length);
       text += character.length;
