@@ -11,8 +11,8 @@
 // the stand-in is opened later itself, its constructor sets it.  Where the program has been started
 // with the stand-in, the end of the main thread does, which exit(3) runs ahead of all handlers.  In
 // case that it is another thread that exits, the services that a library calls when it is loaded
-// set it as well.  (If one does so for a library that a constructor has opened before the program
-// runs, it does so too early: the exit is taken for an unload, unless the main thread ends first.)
+// set it as well.  (For a library that a constructor opens before the program runs, that is too
+// early: its exit is taken for an unload.)
 
 #include <dlfcn.h>
 #include <link.h>
@@ -108,7 +108,9 @@ bool part_of_program_start(const void *address) {
 
 void set_handler() { watching = atexit(note_exit) == 0; }
 
-void set_handler_at_thread_end(void * /*unused*/) { set_handler(); }
+void set_handler_at_thread_end(void * /*unused*/) {
+  if (!watching) set_handler();
+}
 
 __attribute__((constructor)) void watch_from_start() {
   if (!part_of_program_start(&watching)) {

@@ -102,7 +102,7 @@ __attribute__((destructor)) void tell_untold() {
   }
   if (untold == 0) return;
   Line line;
-  line.print("%u more messages were left out", untold);
+  line.print("System messages: %u more were left out", untold);
   raise(kCritical + 1, line);
 }
 
@@ -119,8 +119,7 @@ int kel_errmsg(const void *record, int severity, ...) {
   }
   if (left_out != 0) {
     Line line;
-    line.print("%s %s: %u more messages were left out", message->facility, message->mnemonic,
-               left_out);
+    line.print("%s %s: %u more were left out", message->facility, message->mnemonic, left_out);
     raise(severity, line);
   }
   Line line;
