@@ -67,6 +67,10 @@ check_files() {
     check platform "TTY_TRACE_FILE=$file" 'start trace=x' "$line x"
   done
 
+  # The last of two clients closes the file, whichever has come first.
+  check platform TTY_TRACE_FILE=two 'reuse=own start open end lowest_free close lowest_free' '5 4'
+  check platform TTY_TRACE_FILE=two 'reuse=own open start close lowest_free end lowest_free' '5 4'
+
   # Descriptors that the program has not got when it starts, or has closed since.
   check platform TTY_TRACE_FILE=closed start=report '' '>&-'
   check platform '' 'start reuse=own trace=x' '' '2>&-'

@@ -30,7 +30,7 @@ tty_db_msg_limit_type limit = {{1}};
 #define CALL(function) reinterpret_cast<decltype(&function)>(dlsym(library, #function))
 
 void trace(const char *text) {
-  tty_trace(&context->categories[1], 5, 0, 0, 1, "routine", 12, "%s %d %lu %x %X 100%% %s",
+  tty_trace(&context->categories[1], 5, 0, 0, 1, "routine", 12, "%s %d %lu %x %X 100%% %s%",
             static_cast<const char *>(nullptr), int64_t{-1}, uint64_t{1} << 63, uint64_t{0xab},
             uint64_t{0x123456789abc}, text);
 }

@@ -378,6 +378,10 @@ WRAP(pthread_mutex_lock, (pthread_mutex_t * lock), (lock))
 WRAP(pthread_mutex_unlock, (pthread_mutex_t * lock), (lock))
 WRAP(pthread_mutex_destroy, (pthread_mutex_t * lock), (lock))
 WRAP(clock_gettime, (clockid_t clock, timespec *when), (clock, when))
-WRAP(usleep, (useconds_t duration), (duration))
+int __real_usleep(useconds_t duration);
+int __wrap_usleep(useconds_t duration);
+int __wrap_usleep(useconds_t duration) {  // a pause of another length is none
+  return duration != 20000 || fails("usleep") ? -1 : __real_usleep(duration);
+}
 }
 // NOLINTEND(bugprone-reserved-identifier)
