@@ -3,6 +3,7 @@
 
 #include <functional>
 
+#include "block/release.h"
 #include "frame/messages.h"
 #include "support/database.h"
 #include "tty/entry.h"
@@ -12,21 +13,24 @@ namespace {
 // One call, what it says of its arguments, each text closed by a bar, and its result.
 struct Rejection {
   std::function<uint32_t()> call;
-  const char *said;
+  std::string said;
   const char *result = "INVALID_ARG";
 };
 #define CALL(...) [&] { return __VA_ARGS__; }
 #define VOID_CALL(...) [&] { return __VA_ARGS__, 0u; }
 
+const std::string kNoSlot =
+    "TTY_DB_TTY_ID_TO_BLOCK_INDEX(block, tty_id) < block->details.capacity|";
 constexpr const char *kLines = " . ";
 constexpr const char *kAssertions = "assert ";
 
 // Makes the calls, with tracing open and shut, and compares the texts of the log's entries that
 // have `mark` in them: lines are traced only where tracing is open.
-void expect_rejected(const std::vector<Rejection> &rejections, const char *mark) {
+void expect_rejected(const std::vector<Rejection> &rejections, const char *mark,
+                     std::initializer_list<bool> modes = {true, false}) {
   for (const Rejection &rejection : rejections) {
     SCOPED_TRACE(rejection.said);
-    for (const bool traced : {true, false}) {
+    for (const bool traced : modes) {
       host::clear();
       host::trace(traced);
       const uint32_t rc = rejection.call();
@@ -75,6 +79,8 @@ TEST(Interface, BadArgumentsAreRejectedEachWithItsLine) {
            "DB has automatic block management|", "WRONG_MODE"},
           {CALL(tty_db_block_details_from_handle(nullptr, nullptr, nullptr)),
            "NULL DB handle|NULL Block handle|NULL Details pointer|"},
+          {CALL(tty_db_block_details_from_handle(automatic, live, &w.details)),
+           "DB has automatic block management|", "WRONG_MODE"},
           {CALL(tty_db_block_details_from_tty(nullptr, 6, 10001, nullptr)),
            "NULL DB handle|NULL Details pointer|Invalid category 6|Invalid first TTY|"},
           {CALL(tty_db_block_details_from_tag(nullptr, "x", nullptr)),
@@ -115,7 +121,6 @@ TEST(Interface, InternalRoutinesAssertWhatTheyRequireAndLeaveUnharmed) {
   const std::string unlocked = "pthread_rwlock_trywrlock(&db_h->rwlock) == EDEADLK|";
   const std::string category = "category >= TTY_CATEGORY_MIN && category <= TTY_CATEGORY_MAX|";
   const std::string past_end = "first_tty + num_ttys - 1 <= TTY_PORT_MAX|";
-  const std::string slot = "TTY_DB_TTY_ID_TO_BLOCK_INDEX(block, tty_id) < block->details.capacity|";
   const tty_db_speaker speaker(TTY_DB_TRACE_TTY);
   Database db(kLock);
   Database other(0);
@@ -138,7 +143,7 @@ TEST(Interface, InternalRoutinesAssertWhatTheyRequireAndLeaveUnharmed) {
   };
   host::assertions_return(true);
   // Without the lock the work is done all the same, and the lock is not left taken.
-  expect_rejected({{CALL(tty_db_block_resize_internal(db, block, 0, 11)), unlocked.c_str(), "OK"}},
+  expect_rejected({{CALL(tty_db_block_resize_internal(db, block, 0, 11)), unlocked, "OK"}},
                   kAssertions);
   for (tty_db_type *locked : {db.get(), automatic.get()}) {
     ASSERT_EQ(pthread_rwlock_trywrlock(&locked->rwlock), 0);
@@ -146,15 +151,15 @@ TEST(Interface, InternalRoutinesAssertWhatTheyRequireAndLeaveUnharmed) {
   expect_rejected(
       {
           {CALL(reserve(nullptr, 1, 0, 1)), "db_h != NULL|"},
-          {CALL(reserve(db, 6, 0, 1)), category.c_str()},
-          {CALL(reserve(db, 1, 9999, 3)), past_end.c_str()},
-          {CALL(reserve(db, 1, 0xFFFFFFFF, 2)), past_end.c_str()},
+          {CALL(reserve(db, 6, 0, 1)), category},
+          {CALL(reserve(db, 1, 9999, 3)), past_end},
+          {CALL(reserve(db, 1, 0xFFFFFFFF, 2)), past_end},
           {CALL(reserve(db, 1, 5, 0)), "num_ttys > 0|"},
           {CALL(tty_db_block_reserve_internal(db, 1, 0, 1, nullptr, 0, nullptr)),
            "block_h != NULL|"},
           {CALL(tty_db_block_resize_internal(nullptr, block, 0, 1)), "db_h != NULL|"},
           {CALL(tty_db_block_resize_internal(db, nullptr, 0, 1)), "block_h != NULL|"},
-          {CALL(tty_db_block_resize_internal(db, block, 9999, 3)), past_end.c_str()},
+          {CALL(tty_db_block_resize_internal(db, block, 9999, 3)), past_end},
           {CALL(tty_db_block_resize_internal(db, block, 5, 0)), "num_ttys > 0|"},
           {CALL(tty_db_block_resize_internal(db, foreign, 20, 1)),
            "*old_insertion_point == block_h|"},
@@ -163,24 +168,24 @@ TEST(Interface, InternalRoutinesAssertWhatTheyRequireAndLeaveUnharmed) {
           {VOID_CALL(tty_db_block_release_internal(nullptr, block)), "db_h != NULL|", "OK"},
           {VOID_CALL(tty_db_block_release_internal(db, nullptr)), "block_h != NULL|", "OK"},
           {CALL(tty_db_block_find_lowest_block(nullptr, 0, 0, &out)), "db_h != NULL|"},
-          {CALL(tty_db_block_find_lowest_block(db, 6, 0, &out)), category.c_str()},
+          {CALL(tty_db_block_find_lowest_block(db, 6, 0, &out)), category},
           {CALL(tty_db_block_find_lowest_block(db, 0, 0, nullptr)), "block != NULL|"},
           {CALL(tty_db_block_find_block_from_tty_id(db, 0, 0, nullptr)), "block != NULL|"},
           {CALL(tty_db_block_find_block_from_tty_id(nullptr, 0, 0, &out)), "db_h != NULL|"},
-          {CALL(tty_db_block_find_block_from_tty_id(db, 6, 0, &out)), category.c_str()},
+          {CALL(tty_db_block_find_block_from_tty_id(db, 6, 0, &out)), category},
           {CALL(tty_db_block_find_block_from_tty_id(db, 0, UINT32_MAX, &out)),
            "tty_id <= TTY_PORT_MAX|", "NO_BLOCK"},
           {CALL(tty_db_block_find_block_from_tag(nullptr, nullptr, &out)), "db_h != NULL|"},
           {CALL(tty_db_block_find_block_from_tag(db, nullptr, nullptr)), "block != NULL|"},
           {CALL(add(nullptr, 0, sizeof(Entry), &tty)), "db_h != NULL|"},
-          {CALL(add(db, 6, sizeof(Entry), &tty)), category.c_str()},
+          {CALL(add(db, 6, sizeof(Entry), &tty)), category},
           {CALL(add(db, 0, sizeof(tty_db_tty_type) - 1, &tty)),
            "entry_size >= sizeof(tty_db_tty_type)|"},
           {CALL(add(db, 0, sizeof(Entry), nullptr)), "tty != NULL|"},
           {CALL(add(automatic, 0, sizeof(Entry), &tty)), "tty_id <= TTY_PORT_MAX|", "NO_BLOCK"},
           {VOID_CALL(tty_db_tty_deregister_internal(db, block, 3)), "tty != NULL|", "OK"},
-          {VOID_CALL(tty_db_tty_deregister_internal(db, block, 11)),
-           (slot + "tty != NULL|").c_str(), "OK"},
+          {VOID_CALL(tty_db_tty_deregister_internal(db, block, 11)), kNoSlot + "tty != NULL|",
+           "OK"},
           {VOID_CALL(tty_db_tty_deregister_internal(db, nullptr, 3)), "block != NULL|tty != NULL|",
            "OK"},
           {VOID_CALL(tty_db_tty_deregister_internal(db, &slotless, 0)), "tty != NULL|", "OK"},
@@ -188,6 +193,7 @@ TEST(Interface, InternalRoutinesAssertWhatTheyRequireAndLeaveUnharmed) {
           {CALL(tty_db_readlock(speaker, nullptr)), "db != NULL|"},
           {VOID_CALL(tty_db_unlock(speaker, nullptr)), "db != NULL|", "OK"},
           {CALL(tty_db_lock_tty(nullptr, tty)), "db != NULL|"},
+          {VOID_CALL(tty_db_cleanup_entry(nullptr, true)), "tty != NULL|", "OK"},
           {CALL(tty_db_item_find_insertion_point(nullptr, 1, &link)), "tty != NULL|"},
           {CALL(tty_db_item_find_insertion_point(reinterpret_cast<tty_db_tty_type *>(block), 1,
                                                  nullptr)),
@@ -209,6 +215,62 @@ TEST(Interface, InternalRoutinesAssertWhatTheyRequireAndLeaveUnharmed) {
   EXPECT_EQ(tty_db_iterate_end(iterator), 0u);
   EXPECT_EQ(db.counts(), std::make_pair(1u, 0u));
   EXPECT_EQ(other.counts(), std::make_pair(0u, 0u));
+}
+
+// What a caller has written over is reported where it is met, and counts do not fall below zero.
+TEST(Interface, AssertionsTellOfDamagedRecords) {
+  const std::string found = "(*block)->details.category == category|";
+  const std::string last = "(first_tty > last_tty) || last_tty <= TTY_PORT_MAX|";
+  Database db(0);
+  tty_db_block_type *block = db.reserve(1, 0, 10);
+  tty_db_block_details_type &damaged = block->details;
+  auto *loose = static_cast<tty_db_block_type *>(calloc(1, sizeof(*block)));
+  db.add(1, 5);
+  loose->next_block = block;
+  Handles w;
+  ASSERT_EQ(tty_db_iterate_start(db, 1, 0, 1, 9, &w.iterator), 0u);
+  host::assertions_return(true);
+  ASSERT_EQ(pthread_rwlock_trywrlock(&db.get()->rwlock), 0);
+  const auto check = [&](uint32_t first, uint32_t end) {
+    return tty_db_block_check_no_registered_ttys(db, block, first, end);
+  };
+  expect_rejected(
+      {{CALL(check(10000, 10001)), last + kNoSlot + kNoSlot, "OK"},
+       {CALL(check(10001, 10001)),
+        "(first_tty > last_tty) || first_tty <= TTY_PORT_MAX|" + last + kNoSlot, "OK"},
+       {CALL(check(10002, 10001)), "", "OK"},
+       {VOID_CALL(tty_db_block_cleanup(db, loose)), "block->next_block == NULL|", "OK"}},
+      kAssertions, {true});
+  ASSERT_EQ(pthread_rwlock_unlock(&db.get()->rwlock), 0);
+  damaged.category = 2;
+  expect_rejected({{CALL(tty_db_block_details_from_tty(db, 1, 5, &w.details)),
+                    found + found + "block->details.category == category|", "OK"},
+                   {CALL(tty_db_tty_register(db, 1, 5, sizeof(Entry), &w.tty)),
+                    found + found + "block->details.category == category|", "TTY_EXISTS"},
+                   {CALL(tty_db_iterate_next(w.iterator, &w.category, &w.id)),
+                    found + "block->details.category == iterator_h->next_category|", "OK"}},
+                  kAssertions, {true});
+  damaged.category = 1;
+  expect_rejected(
+      {
+          {CALL(damaged.num_registered = 10, tty_db_tty_register(db, 1, 6, sizeof(Entry), &w.tty)),
+           "block->details.num_registered < block->details.capacity|", "OK"},
+          {CALL(damaged.num_registered = db.get()->num_ttys = 1, tty_db_tty_deregister(db, 1, 6)),
+           "", "OK"},
+          {CALL(tty_db_tty_deregister(db, 1, 5)),
+           "block->details.num_registered > 0|db_h->num_ttys > 0|", "OK"},
+          {CALL(free(block->ttys), block->ttys = nullptr, tty_db_block_resize(db, block, 20, 5, 0)),
+           "(block_h->ttys) != NULL|", "OK"},
+          {CALL(tty_db_create(0, &w.db), w.db->num_ttys = 1, tty_db_destroy(w.db)),
+           "db_h->num_ttys == 0|", "OK"},
+          {CALL(tty_db_create(0, &w.db), w.db->num_blocks = 1, tty_db_destroy(w.db)),
+           "db_h->num_blocks == 0|", "OK"},
+      },
+      kAssertions, {false});
+  host::assertions_return(false);
+  EXPECT_EQ(db.counts(), std::make_pair(1u, 0u));
+  EXPECT_EQ(damaged.num_registered, 0u);
+  EXPECT_EQ(tty_db_iterate_end(w.iterator), 0u);
 }
 
 // A pointer that no call can have set.

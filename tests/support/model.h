@@ -68,11 +68,13 @@ class Model {
 
   // Compares all that the database holds with the model.
   void check() {
+    host::clear();
     check_lines();
     check_blocks();
     check_index();
     check_details();
     check_line();
+    EXPECT_EQ(host::num_assertions(), 0);
     EXPECT_TRUE(host::trace_is_sound());
   }
 
