@@ -86,7 +86,6 @@ void raise(int severity, Line &line) {
 
 void begin_child() {
   if (num_in_syslog != 0) has_syslog = false;
-  num_in_syslog = 0;
   num_untold = 0;  // what the parent has left out is not the child's to tell
 }
 

@@ -3,6 +3,7 @@
 
 #include <functional>
 
+#include "block/lookup.h"
 #include "block/release.h"
 #include "frame/messages.h"
 #include "support/database.h"
@@ -119,7 +120,8 @@ TEST(Interface, BadArgumentsAreRejectedEachWithItsLine) {
 // Each precondition by itself, and all of a routine's at once.
 TEST(Interface, InternalRoutinesAssertWhatTheyRequireAndLeaveUnharmed) {
   const std::string unlocked = "pthread_rwlock_trywrlock(&db_h->rwlock) == EDEADLK|";
-  const std::string category = "category >= TTY_CATEGORY_MIN && category <= TTY_CATEGORY_MAX|";
+  const std::string invalid = "category >= TTY_CATEGORY_MIN && category <= TTY_CATEGORY_MAX";
+  const std::string category = invalid + "|";
   const std::string past_end = "first_tty + num_ttys - 1 <= TTY_PORT_MAX|";
   const tty_db_speaker speaker(TTY_DB_TRACE_TTY);
   Database db(kLock);
@@ -167,6 +169,8 @@ TEST(Interface, InternalRoutinesAssertWhatTheyRequireAndLeaveUnharmed) {
            "OK"},
           {VOID_CALL(tty_db_block_release_internal(nullptr, block)), "db_h != NULL|", "OK"},
           {VOID_CALL(tty_db_block_release_internal(db, nullptr)), "block_h != NULL|", "OK"},
+          {CALL(tty_db_block_check_for_overlap(nullptr, 0, 0, 1, nullptr)), "db_h != NULL|"},
+          {CALL(tty_db_block_check_for_overlap(db, 6, 0, 1, nullptr)), category},
           {CALL(tty_db_block_find_lowest_block(nullptr, 0, 0, &out)), "db_h != NULL|"},
           {CALL(tty_db_block_find_lowest_block(db, 6, 0, &out)), category},
           {CALL(tty_db_block_find_lowest_block(db, 0, 0, nullptr)), "block != NULL|"},
@@ -203,6 +207,10 @@ TEST(Interface, InternalRoutinesAssertWhatTheyRequireAndLeaveUnharmed) {
           {CALL(tty_db_iterate_next_internal(iterator, &id, nullptr)), "tty_id != NULL|"},
       },
       kAssertions);
+  // Asserted by the routine itself, ahead of those that it calls.
+  host::clear();
+  EXPECT_EQ(reserve(db, 6, 0, 1), TTY_DB_ERR_INVALID_ARG);
+  EXPECT_EQ(host::log_text(), "assert tty_db_block_reserve_internal: " + invalid + "\n");
   ASSERT_EQ(pthread_rwlock_trywrlock(&other.get()->rwlock), 0);
   other.get()->num_blocks = 0;  // it holds one: its release must not count below zero
   host::clear();

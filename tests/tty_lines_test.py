@@ -14,7 +14,7 @@ tty1/dev=4:1 tty2/dev=4:2 tty0/active=tty0~tty1 /proc/90/stat=90~(a~(b)~c)~S~1~8
 /proc/88/stat=88~(shell)~S~1~88~88~1026~89~0 /proc/70/stat=70~(sh)~S~1~70~70~1088~71~0 ttyS1/dev=4:65 ttyS1/type=0
 ttyS1/port=0x2F8 ttyS1/irq=3 ttyS0/dev=4:64 ttyS0/type=4 ttyS0/port=0x3F8 ttyS0/irq=4 ttyS0/iomem_base=0x0
 ttyS0/uartclk=1843200 ttyS2/dev=4:66 ttyS2/type=32 ttyS2/port=0x0 ttyS2/irq=1,2 ttyS2/iomem_base=0xFE00
-ttyS2/uartclk=24000000 /usb/idVendor=0403 /usb/idProduct=6001 /usb/manufacturer=FTDI /usb/product=FT232R~USB~UART
+ttyS2/uartclk=24000000 /usb/idVendor=0403 /usb/idProduct=6001 /usb/manufacturer=FTDI~Ltd /usb/product=FT232R~USB~UART
 /usb/serial=A5001XYZ /usb/0/interface=FT232R~USB~UART /usb/0/bInterfaceNumber=00 /usb/0/port/tty/dev=188:0
 /usb/0/port/tty/device=>.. /usb/1/interface=Port~B /usb/1/bInterfaceNumber=01 /usb/1/port/tty/dev=188:1
 /usb/1/port/tty/device=>.. ttyUSB0=>../../../usb/0/port/tty ttyUSB1=>../../../usb/1/port/tty'''.split())
@@ -25,8 +25,8 @@ tty2 console 0 2 4:2  89 a~(b)~c
 ttyS0 serial 1 0 4:64 serial 71  16550A 0x3f8 4  16550A~at~0x3f8,~irq~4
 ttyS1 serial 1 1 4:65 serial       no~UART~found
 ttyS2 serial 1 2 4:66 serial   PL011 0xfe00   PL011~at~0xfe00,~up~to~1500000~baud
-ttyUSB0 usb 2 0 188:0 usb~serial      0403:6001 FTDI~FT232R~USB~UART,~serial~A5001XYZ
-ttyUSB1 usb 2 1 188:1 usb~serial      0403:6001 FTDI~FT232R~USB~UART,~interface~1:~Port~B,~serial~A5001XYZ
+ttyUSB0 usb 2 0 188:0 usb~serial      0403:6001 FTDI~Ltd~FT232R~USB~UART,~serial~A5001XYZ
+ttyUSB1 usb 2 1 188:1 usb~serial      0403:6001 FTDI~Ltd~FT232R~USB~UART,~interface~1:~Port~B,~serial~A5001XYZ
 pts/7 pty 3 7 0:0        
 '''.replace('~', r'\x20')
 
@@ -61,7 +61,9 @@ class TtyLines(unittest.TestCase):
         for name, text in files.items():
             path = pathlib.Path(self.root + name if name[0] == '/' else self.lines + name)
             path.parent.mkdir(parents=True, exist_ok=True)
-            path.symlink_to(text[1:]) if text[:1] == '>' else path.write_text(text + '\n')
+            new = pathlib.Path(self.root + '/made')  # takes its place at once: the tool may be reading
+            new.symlink_to(text[1:]) if text[:1] == '>' else new.write_text(text + '\n')
+            new.rename(path)
 
     def test_what_is_known(self):
         self.make(MACHINE)
@@ -86,6 +88,51 @@ class TtyLines(unittest.TestCase):
                          'usb serial 2 0 2 2 ├─ttyUSB0 2 └─ttyUSB1 2'.split())
         self.assertEqual(''.join(run(*tree, 'TAG,SIZE', '-J')[1].split()), '{"blocks":[{"tag":"usbserial","size":2,'
                          '"children":[{"tag":null,"size":null},{"tag":null,"size":null}]}]}')
+
+        block = json.loads(run(*self.roots, '-J', '--by-driver', '-kserial')[1])['blocks'][0]
+        numbers = [' '.join(column for column, value in row.items() if isinstance(value, int))
+                   for row in (block, block['children'][0])]
+        self.assertEqual(numbers, ['category size first registered', 'category id pid irq'])
+
+    def test_narrow_terminals(self):
+        self.make(MACHINE)
+
+        def width(column, columns):
+            master, slave = open_terminal(columns)
+            run(*self.roots, '--by-driver', '-no', column, stdout=slave)
+            return max(map(len, os.read(master, 65536).decode().splitlines()))
+
+        names = [row.split()[0] for row in run('-l')[1].splitlines()]
+        self.assertEqual(' '.join(name for name in names if width(name, 3) < width(name, 99)),
+                         'DRIVER OWNER COMMAND VENDOR MODEL SERIAL DETAIL TAG')
+
+    def test_what_makes_another_line(self):
+        self.make(MACHINE)
+        tool, _ = watch('0.02', *self.roots)
+        shutil.rmtree(f'{self.root}/proc/70')
+        usb = '-ttyUSB0 -ttyUSB1 +ttyUSB0 +ttyUSB1'
+        for file, events in {'/usb/manufacturer': usb, '/usb/product': usb, '/usb/serial': usb, '/usb/idProduct': usb,
+                             'ttyS0/irq': '-ttyS0 +ttyS0', 'ttyS0/port': '-ttyS0 +ttyS0'}.items():
+            self.make({file: '0x77'})
+            self.assertEqual([event['event'] + event['name'] for event in next(tool.documents)['events']],
+                             events.split(), file)
+        os.remove(f'{self.root}/usb/product')
+        self.assertEqual(next(tool.documents)['events'][-1]['detail'], '0x77 USB 0403:0x77, interface 1: Port B, '
+                         'serial 0x77')
+        tool.terminate(), tool.wait()
+
+    def test_blocks_of_drivers(self):
+        self.make({f'{name}/dev': device for name, device in zip(
+            'ttyS0 ttyS2 ttyX1 ttyX3 one two com7 ttyn8'.split(),
+            '4:64 4:66 204:1 204:3 9:1 9:2 204:7 4:8'.split())})
+        overlaps = "tty-lines: driver '{}' ({}): range in category {} overlaps another's; its lines are in category 5\n"
+        _, blocks, reports = run(*self.roots, '--by-driver', '-nro', 'NAME,CATEGORY,ID,FIRST,SIZE,REGISTERED')
+        self.assertEqual(' '.join(blocks.split()), r'serial 1 0 3 2 ttyS0 1 0 ttyS2 1 2 serial 5 0 1 1 com7 5 0 '
+                         r'(no\x20name) 5 1 3 2 one 5 1 two 5 3 serial 5 4 2 2 ttyX1 5 4 ttyX3 5 5 '
+                         r'(no\x20name) 5 6 1 1 ttyn8 5 6')
+        self.assertEqual(reports, overlaps.format('', '/dev/tty', 5) + overlaps.format('serial', '/dev/ttyX', 1))
+        self.assertEqual(run(*self.roots, '-nro', 'NAME,ID')[1].split(),
+                         'ttyS0 0 ttyX1 1 ttyS2 2 ttyX3 3 com7 0 one 1 ttyn8 2 two 3'.split())
 
     def test_what_can_be_registered(self):
         self.make({'/one/dev': '4:64', **{f'ttyS{number}': '>../../../one' for number in range(10002)},

@@ -32,6 +32,10 @@ failed='Assertion failed in routine, line 7:'
 check_services() {
   local text=$'a\nb\tc\rd\\e\e\x7f\x01\x9bé\xc2\x9b日\xe9\xed\xa0\x80\xc0\x8a😀'
   local escaped='a\nb\tc\rd\\e\x1b\x7f\x01\x9bé\xc2\x9b日'$'\xe9\xed\xa0''\x80'$'\xc0''\x8a😀'
+  text+=$'\xc2\x80\xe0\xa0\x80\xf0\x90\x80\x80\xf4\x8f\xbf\xbf\xf4\x90\x80\x80\xee\x80\x80'
+  escaped+='\xc2\x80'$'\xe0\xa0\x80\xf0\x90\x80\x80\xf4\x8f\xbf\xbf\xf4''\x90\x80\x80'$'\xee\x80\x80'
+  text+=$'\xe0\x9f\xbf\xf0\x8f\xbf\xbf\xbf\x80\xe9\n'
+  escaped+=$'\xe0''\x9f'$'\xbf\xf0''\x8f'$'\xbf\xbf\xbf''\x80'$'\xe9''\n'
   for case in =0000 other=0000 dbx,d=0000 db=1111 db:=0000 db:block+tty=0111 other:global,db:tty=0011 \
     other:x,db=1111 db:block,other=0101 db:tty,db:global=1011 db:tty,db=1111; do
     check platform "TTY_TRACE=${case%=*}" 'start=report end' "${case#*=}"
@@ -54,6 +58,15 @@ check_services() {
   check platform '' 'flood=3 later flood=3 flood=4 flood=2' '1 HOST MESSAGE: 90 more were left out
 220 HOST MESSAGE: flood (16)
 1 System messages: 90 more were left out' '| sort | uniq -c'
+  check platform '' 'syslog=2 raise=2long raise=2a raise=3b syslog=3 raise=2a raise=3b child raise=3c' \
+    '2 HOST MESSAGE: a (16)
+2 HOST MESSAGE: b (16)
+2 HOST MESSAGE: c (16)
+1 HOST MESSAGE: long (16)
+1 syslog: HOST MESSAGE: a (16)
+1 syslog: HOST MESSAGE: b (16)
+2 syslog: HOST MESSAGE: c (16)
+1 syslog: HOST MESSAGE: long (16)' '| sort | uniq -c'
 }
 
 check_files() {
@@ -68,15 +81,20 @@ check_files() {
   done
 
   # The last of two clients closes the file, whichever has come first.
-  check platform TTY_TRACE_FILE=two 'reuse=own start open end lowest_free close lowest_free' '5 4'
+  check platform TTY_TRACE_FILE=two 'reuse=own start open end end lowest_free close lowest_free' '5 4'
   check platform TTY_TRACE_FILE=two 'reuse=own open start close lowest_free end lowest_free' '5 4'
+
+  check platform TTY_TRACE_FILE=two 'reuse=own start descriptors' '0:0 1:2000 errno 9'
 
   # Descriptors that the program has not got when it starts, or has closed since.
   check platform TTY_TRACE_FILE=closed start=report '' '>&-'
+  check platform TTY_TRACE_FILE=in 'start lowest_free' '-1 errno 9' '<&-'
+  check platform TTY_TRACE_FILE=error 'start trace=x' '' '2>&-'
   check platform '' 'start reuse=own trace=x' '' '2>&-'
   check platform TTY_TRACE_FILE=kept 'start reuse=own trace=x' ''
-  same 'its own, and lines of the trace' 1 "$(cat closed own; wc -l <kept)"
+  same "its own, and lines of the trace" $'1\n1' "$(cat closed own; wc -l <kept; wc -l <error)"
   check platform '' 'nap=1 start trace=x' '' '2> >(:)'
+  check platform '' 'block=13 nap=1 start trace=x waiting' 13 '2> >(:)'
 
   # A pipe without a reader, with one that is slow, and with one that is too slow: how many lines come or
   # are said to be lost, how often that is said, and whether of many.
@@ -86,16 +104,18 @@ check_files() {
   for delay in 1 6; do
     exec 8<>pipe
     { sleep "$delay"; cat; } <pipe >got 8>&- &
-    run platform TTY_TRACE_FILE=pipe "start flood=4 flood=4 flood=4 nap=$((delay - 1)) trace=x trace=y" >/dev/null
+    run platform TTY_TRACE_FILE=pipe "start flood=4 flood=4 flood=4 nap=$((delay - 1)) child trace=x trace=y" >/dev/null
     exec 8>&-
     wait
-    same "pipe $delay" "302 $((delay / 6)) $((delay / 6))" "$(awk '/100%/ { ++lines }
+    same "pipe $delay" "304 $((delay / 6)) $((delay / 6))" "$(awk '/100%/ { ++lines }
       / lost up to here$/ { lost += $1; ++said } END { print lines + lost, said + 0, (lost > 50) }' got)"
   done
 
   truncate -s 64K full
   ulimit -f 64
   check platform TTY_TRACE_FILE=full 'start trace=x' ''
+  check platform TTY_TRACE_FILE=full 'block=13 start trace=x waiting' 13
+  check platform TTY_TRACE_FILE=full 'block=25 start trace=x waiting' 25
 }
 
 check_threads() {
@@ -121,6 +141,9 @@ check_secure() {
 check_loader() {
   local start service own=$programs/libown_ cleanup=$programs/libown_tty_debug_cleanup.so
   export TTY_TRACE_FILE=/dev/null ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0
+  check platform '' 'reuse=own open_apart close lowest_free' 4
+  check platform "LD_PRELOAD=${own}clock_gettime.so" raise_101 \
+    $'1 HOST MESSAGE: 90 more were left out\n11 HOST MESSAGE: many (16)' '| sort | uniq -c'
   check linked "LD_PRELOAD=$cleanup" exit_in_thread ''
   check linked "LD_PRELOAD=$cleanup" 'texts open close texts' '13 13'
   check bare "NO_DLLMAIN= LD_PRELOAD=$cleanup" 'open texts close' 0

@@ -4,11 +4,13 @@
 #include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
+#include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/auxv.h>
 #include <sys/wait.h>
+#include <syslog.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -79,14 +81,22 @@ void in_threads(Work work) {
 
 extern "C" {
 void do_open(const char *) { library = dlopen(LIBRARY, RTLD_NOW); }
+void do_open_apart(const char *) { library = dlmopen(LM_ID_NEWLM, LIBRARY, RTLD_NOW); }
 void do_close(const char *) { dlclose(library); }
 void do_exit_in_thread(const char *) { std::thread(exit, 0).join(); }
 void do_create(const char *) { CALL(tty_db_create)(0, &db); }
 void do_destroy(const char *) { printf("%s", CALL(tty_db_destroy)(db) == 0 ? "" : "locked "); }
 void do_lowest_free(const char *) { printf("%d ", dup(0)); }
+
+// Which descriptors a program that is run would not get, and how they are written to.
+void do_descriptors(const char *) {
+  for (int fd = 3; fcntl(fd, F_GETFD) >= 0; ++fd)
+    printf("%d:%o ", fcntl(fd, F_GETFD), fcntl(fd, F_GETFL) & (O_APPEND | O_NONBLOCK));
+}
+
 void do_texts(const char *) {
   int texts = 0;
-  for (uint32_t code = 0xc2580000u; code < 0xc2590000u; code += 0x100)
+  for (uint32_t code = 0xc2580000u; code < 0xc2582000u; code += 0x100)
     texts += CALL(qerr_strerror)(code) != nullptr;
   printf("%d ", texts);
 }
@@ -97,13 +107,42 @@ void do_start(const char *report) {
   tty_debug_initialize("db", 0, kNames, nullptr, 0, &context, &enabled);
   if (*report == '\0') return;
   for (uint32_t i = 0; i < 3; ++i) printf("%d", context->categories[i].enabled != 0);
-  printf("%d%s ", enabled != 0, getauxval(AT_SECURE) != 0 ? " secure" : "");
+  printf("%d%s ", static_cast<int>(enabled), getauxval(AT_SECURE) != 0 ? " secure" : "");
 }
 void do_end(const char *) { tty_debug_cleanup("db", context, enabled); }
 void do_nap(const char *seconds) { sleep(atoi(seconds)); }
 void do_trace(const char *text) { trace(text); }
 void do_assert(const char *text) { tty_ltrace_assert("routine", 7, text); }
 void do_raise(const char *text) { raise(text[0] - '0', text + 1); }
+void do_raise_101(const char *) {
+  for (int i = 0; i < 101; ++i) raise(3, "many");
+}
+
+// Prints what goes to the system's log with a priority.
+void do_syslog(const char *priority) {
+  openlog("syslog", LOG_PERROR, LOG_USER);
+  setlogmask(LOG_MASK(atoi(priority)));
+}
+
+// Leaves a signal waiting, of those by which a failing write would end the process.
+void do_block(const char *number) {
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, atoi(number));
+  sigprocmask(SIG_BLOCK, &signals, nullptr);
+  ::raise(atoi(number));
+}
+void do_waiting(const char *) {
+  sigset_t signals;
+  sigpending(&signals);
+  for (int number = 1; number < NSIG; ++number)
+    if (sigismember(&signals, number) == 1) printf("%d ", number);
+}
+
+// What follows is done by a child, and when that has ended, by this process.
+void do_child(const char *) {
+  if (fork() > 0) wait(nullptr);
+}
 
 // The window of the messages' limit began long ago.
 void do_later(const char *) { limit.words[2] = limit.words[3] = 0; }
