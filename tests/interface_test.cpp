@@ -273,6 +273,10 @@ TEST(Interface, AssertionsTellOfDamagedRecords) {
            "db_h->num_ttys == 0|", "OK"},
           {CALL(tty_db_create(0, &w.db), w.db->num_blocks = 1, tty_db_destroy(w.db)),
            "db_h->num_blocks == 0|", "OK"},
+          {CALL(tty_db_create(0, &w.db), tty_db_block_reserve(w.db, 0, 0, 1, nullptr, 0, &w.block),
+                w.block->details.first_tty = 1, tty_db_destroy(w.db), free(w.block->ttys),
+                free(w.block), 0u),
+           "(*insertion_point) == block_h|db_h->num_blocks == 0|", "OK"},
       },
       kAssertions, {false});
   host::assertions_return(false);
