@@ -34,8 +34,8 @@ check_services() {
   local escaped='a\nb\tc\rd\\e\x1b\x7f\x01\x9bé\xc2\x9b日'$'\xe9\xed\xa0''\x80'$'\xc0''\x8a😀'
   text+=$'\xc2\x80\xe0\xa0\x80\xf0\x90\x80\x80\xf4\x8f\xbf\xbf\xf4\x90\x80\x80\xee\x80\x80'
   escaped+='\xc2\x80'$'\xe0\xa0\x80\xf0\x90\x80\x80\xf4\x8f\xbf\xbf\xf4''\x90\x80\x80'$'\xee\x80\x80'
-  text+=$'\xe0\x9f\xbf\xf0\x8f\xbf\xbf\xbf\x80\xe9\n'
-  escaped+=$'\xe0''\x9f'$'\xbf\xf0''\x8f'$'\xbf\xbf\xbf''\x80'$'\xe9''\n'
+  text+=$'\xc1\xbf\xe0\x9f\xbf\xf0\x8f\xbf\xbf\xbf\x80\xe9\n'
+  escaped+=$'\xc1\xbf\xe0''\x9f'$'\xbf\xf0''\x8f'$'\xbf\xbf\xbf''\x80'$'\xe9''\n'
   for case in =0000 other=0000 dbx,d=0000 db=1111 db:=0000 db:block+tty=0111 other:global,db:tty=0011 \
     other:x,db=1111 db:block,other=0101 db:tty,db:global=1011 db:tty,db=1111; do
     check platform "TTY_TRACE=${case%=*}" 'start=report end' "${case#*=}"
@@ -111,8 +111,12 @@ check_files() {
       / lost up to here$/ { lost += $1; ++said } END { print lines + lost, said + 0, (lost > 50) }' got)"
   done
 
+  # A file that may not grow: one of which a part of a line gets in, and one that is full.
+  truncate -s 65500 part
   truncate -s 64K full
-  ulimit -f 64
+  ulimit -S -f 64
+  check platform TTY_TRACE_FILE=part 'start trace=x room trace=y' ''
+  same 'part of a line' $'1\n1' "$(grep -ac 'y$' part; grep -ac '^1 trace lines have been lost' part)"
   check platform TTY_TRACE_FILE=full 'start trace=x' ''
   check platform TTY_TRACE_FILE=full 'block=13 start trace=x waiting' 13
   check platform TTY_TRACE_FILE=full 'block=25 start trace=x waiting' 25
