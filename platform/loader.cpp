@@ -51,7 +51,6 @@ ElfW(Addr) dynamic_value(const link_map *object, ElfW(Sxword) tag) {
 
 // Returns the later, in load order, of `last` and the objects that `object` needs.
 const link_map *last_needed(const link_map *program, const link_map *object, const link_map *last) {
-  if (dynamic_value(object, DT_NEEDED) == 0) return last;
   ElfW(Addr) strings = dynamic_value(object, DT_STRTAB);
   if (strings < object->l_addr) strings += object->l_addr;
   for (const ElfW(Dyn) *entry = object->l_ld; entry->d_tag != DT_NULL; ++entry) {

@@ -21,6 +21,33 @@ static_assert(!fits<>("%d") && !fits<int>("") && !fits<int>("%d%d") && !fits<int
 static_assert(!fits<int>("%s") && !fits<const char *>("%X") && !fits<void *>("%lu"));
 static_assert(!fits<double>("%d") && !fits<int>("%i") && !fits<int>("%") && !fits<int>("%l"));
 
+void manual_blocks(Handles &w) {
+  tty_db_create(0, &w.db);
+  host::name(w.db, "DB");
+  for (int call = 1; call <= 2; ++call) {
+    host::fail_call(call, "calloc");
+    tty_db_block_reserve(w.db, 1, 20, 2, nullptr, 0, &w.block);
+  }
+  host::fail_call(1, "strdup");
+  tty_db_block_reserve(w.db, 1, 20, 2, "tag", 0, &w.block);
+  tty_db_block_reserve(w.db, 1, 20, 2, "tag", 0, &w.block);
+  host::name(w.block, "BLOCK");
+  tty_db_block_reserve(w.db, 1, 12, 9, nullptr, 0, &w.other_block);
+  tty_db_tty_register(w.db, 1, 21, sizeof(Entry), &w.tty);
+  tty_db_tty_register(w.db, 1, 21, sizeof(Entry), &w.tty);
+  tty_db_block_details_from_handle(w.db, w.block, &w.details);
+  tty_db_block_details_from_tty(w.db, 1, 13, &w.details);
+  tty_db_block_details_from_tag(w.db, "tag", &w.details);
+  tty_db_block_resize(w.db, w.block, 20, 1, TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG);
+  for (const uint32_t size : {2, 3}) {
+    host::fail_call(1, "calloc");
+    tty_db_block_resize(w.db, w.block, 20, size, 0);
+  }
+  tty_db_block_resize(w.db, w.block, 20, 4, 0);
+  tty_db_block_release(w.db, w.block, TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG);
+  tty_db_destroy(w.db);
+}
+
 void automatic_blocks(Handles &w) {
   host::fail_call(1, "calloc");
   tty_db_create(0, &w.db);
@@ -55,33 +82,6 @@ void automatic_blocks(Handles &w) {
   tty_db_destroy(w.db);
 }
 
-void manual_blocks(Handles &w) {
-  tty_db_create(0, &w.db);
-  host::name(w.db, "DB");
-  for (int call = 1; call <= 2; ++call) {
-    host::fail_call(call, "calloc");
-    tty_db_block_reserve(w.db, 1, 20, 2, nullptr, 0, &w.block);
-  }
-  host::fail_call(1, "strdup");
-  tty_db_block_reserve(w.db, 1, 20, 2, "tag", 0, &w.block);
-  tty_db_block_reserve(w.db, 1, 20, 2, "tag", 0, &w.block);
-  host::name(w.block, "BLOCK");
-  tty_db_block_reserve(w.db, 1, 12, 9, nullptr, 0, &w.other_block);
-  tty_db_tty_register(w.db, 1, 21, sizeof(Entry), &w.tty);
-  tty_db_tty_register(w.db, 1, 21, sizeof(Entry), &w.tty);
-  tty_db_block_details_from_handle(w.db, w.block, &w.details);
-  tty_db_block_details_from_tty(w.db, 1, 13, &w.details);
-  tty_db_block_details_from_tag(w.db, "tag", &w.details);
-  tty_db_block_resize(w.db, w.block, 20, 1, TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG);
-  for (const uint32_t size : {2, 3}) {
-    host::fail_call(1, "calloc");
-    tty_db_block_resize(w.db, w.block, 20, size, 0);
-  }
-  tty_db_block_resize(w.db, w.block, 20, 4, 0);
-  tty_db_block_release(w.db, w.block, TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG);
-  tty_db_destroy(w.db);
-}
-
 TEST(Trace, EveryTracePointOnce) {
   Handles w;
   host::clear();
@@ -91,8 +91,8 @@ TEST(Trace, EveryTracePointOnce) {
   }
   host::trace_once(true);
   host::trace(true);
-  automatic_blocks(w);
   manual_blocks(w);
+  automatic_blocks(w);
   host::trace(false);
   host::trace_once(false);
   host::end_failing();

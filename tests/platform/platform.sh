@@ -55,9 +55,11 @@ check_services() {
     check platform TTY_ASSERT=report "assert=$text${case%=*}z" "$failed $text${case#*=}"
   done
 
-  check platform '' 'flood=3 later flood=3 flood=4 flood=2' '1 HOST MESSAGE: 90 more were left out
-220 HOST MESSAGE: flood (16)
-1 System messages: 90 more were left out' '| sort | uniq -c'
+  check platform '' 'flood=3 later flood=5 flood=3 flood=4 flood=2' '1 HOST MESSAGE: 90 more were left out
+230 HOST MESSAGE: flood (16)
+1 System messages: 180 more were left out' '| sort | uniq -c'
+  check platform '' 'flood=3,20000' '10 HOST MESSAGE: flood (16)
+1 System messages: 79990 more were left out' '| sort | uniq -c'
   check platform '' 'syslog=2 raise=2long raise=2a raise=3b syslog=3 raise=2a raise=3b child raise=3c' \
     '2 HOST MESSAGE: a (16)
 2 HOST MESSAGE: b (16)
@@ -90,9 +92,10 @@ check_files() {
   check platform TTY_TRACE_FILE=closed start=report '' '>&-'
   check platform TTY_TRACE_FILE=in 'start lowest_free' '-1 errno 9' '<&-'
   check platform TTY_TRACE_FILE=error 'start trace=x' '' '2>&-'
+  check platform TTY_TRACE_FILE=error 'start trace=x' '' '>&- 2>&-'
   check platform '' 'start reuse=own trace=x' '' '2>&-'
   check platform TTY_TRACE_FILE=kept 'start reuse=own trace=x' ''
-  same "its own, and lines of the trace" $'1\n1' "$(cat closed own; wc -l <kept; wc -l <error)"
+  same "its own, and lines of the trace" $'1\n2' "$(cat closed own; wc -l <kept; wc -l <error)"
   check platform '' 'nap=1 start trace=x' '' '2> >(:)'
   check platform '' 'block=13 nap=1 start trace=x waiting' 13 '2> >(:)'
 
@@ -146,6 +149,7 @@ check_loader() {
   local start service own=$programs/libown_ cleanup=$programs/libown_tty_debug_cleanup.so
   export TTY_TRACE_FILE=/dev/null ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0
   check platform '' 'reuse=own open_apart close lowest_free' 4
+  check bare '' reopen 0
   check platform "LD_PRELOAD=${own}clock_gettime.so" raise_101 \
     $'1 HOST MESSAGE: 90 more were left out\n11 HOST MESSAGE: many (16)' '| sort | uniq -c'
   check linked "LD_PRELOAD=$cleanup" exit_in_thread ''

@@ -4,6 +4,8 @@
 #include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
+#include <limits.h>
+#include <pthread.h>
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -28,6 +30,7 @@ tty_db_type *db = nullptr;
 tty_trace_context *context = nullptr;
 uintptr_t enabled = 0;
 tty_db_msg_limit_type limit = {{1}};
+tty_db_msg_limit_type other_limit = {{1}};
 
 // A function of the library, or of the stand-in that comes with it.
 #define CALL(function) reinterpret_cast<decltype(&function)>(dlsym(library, #function))
@@ -38,10 +41,11 @@ void trace(const char *text) {
             uint64_t{0x123456789abc}, text);
 }
 
-// A message of severity 2 or 3, or 4: without a limit.
+// A message of severity 2 or 3, or 4: without a limit, or 5: with a limit of its own.
 void raise(int severity, const char *text) {
+  tty_db_msg_limit_type *const limits[] = {&limit, &limit, nullptr, &other_limit};
   const tty_db_msg_rec_type record = {
-      nullptr, "%s (%d)", severity < 4 ? &limit : nullptr, "HOST", "", "MESSAGE", 1, 3, {}, 0, 0};
+      nullptr, "%s (%d)", limits[severity - 2], "HOST", "", "MESSAGE", 1, 3, {}, 0, 0};
   kel_errmsg(&record, severity, text, 16);
 }
 
@@ -60,6 +64,7 @@ void use_services() {
   announce("service");
   trace("line");
   raise(3, "flood");
+  raise(4, "flood");
   ptd_unset_mutex_block();
 }
 
@@ -84,6 +89,14 @@ extern "C" {
 void do_open(const char *) { library = dlopen(LIBRARY, RTLD_NOW); }
 void do_open_apart(const char *) { library = dlmopen(LM_ID_NEWLM, LIBRARY, RTLD_NOW); }
 void do_close(const char *) { dlclose(library); }
+void do_reopen(const char *) {
+  for (int i = 0; i < PTHREAD_KEYS_MAX; ++i) {
+    do_open("");
+    do_close("");
+  }
+  pthread_key_t key;
+  printf("%d ", pthread_key_create(&key, nullptr));
+}
 void do_exit_in_thread(const char *) { std::thread(exit, 0).join(); }
 void do_create(const char *) { CALL(tty_db_create)(0, &db); }
 void do_destroy(const char *) { printf("%s", CALL(tty_db_destroy)(db) == 0 ? "" : "locked "); }
@@ -156,10 +169,11 @@ void do_child(const char *) {
 // The window of the messages' limit began long ago.
 void do_later(const char *) { limit.words[2] = limit.words[3] = 0; }
 
-// Messages of a severity, and trace lines of 500 letters, of four threads.
+// Messages of a severity, of four threads, 25 each or as many as follow it, and trace lines of 500
+// letters.
 void do_flood(const char *severity) {
   in_threads([severity](int n) {
-    for (int i = 0; i < 25; ++i) {
+    for (int i = severity[1] != '\0' ? atoi(severity + 2) : 25; i > 0; --i) {
       raise(severity[0] - '0', "flood");
       if (enabled != 0) trace(std::string(500, "abcd"[n]).c_str());
     }
