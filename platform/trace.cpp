@@ -143,11 +143,11 @@ void turn_on_wanted(const char *name, Client *client) {
 
 // Appends printf-style text whose integers are all 64-bit words, whatever their directives say.
 void put_words(Line &line, const char *format, va_list args) {
-  for (const char *rest = format; *rest != '\0';) {
+  for (const char *rest = format;; ++rest) {
     const size_t plain = strcspn(rest, "%");
     line.put(rest, plain);
     rest += plain;
-    if (*rest == '\0') break;
+    if (*rest == '\0') return;
     ++rest;
     if (*rest == 'l') ++rest;
     switch (*rest) {
@@ -172,7 +172,6 @@ void put_words(Line &line, const char *format, va_list args) {
         line.put(rest, 1);
         break;
     }
-    ++rest;
   }
 }
 

@@ -44,6 +44,7 @@ check_services() {
     "TTY_TRACE: db has no category 'no'"$'\n'"TTY_TRACE: db has no category '\\x1b'"$'\n'0111
   check platform '' "start trace=$text" "$line $escaped"
   check platform '' "raise=3$text" "HOST MESSAGE: $escaped (16)"
+  check platform '' 'start cut' 'T db/global routine:12 cut'
   check platform TTY_ASSERT=report "assert=$text" "$failed $escaped"
   check platform TTY_ASSERT=other assert=a "$failed a"$'\nstatus 134'
   check platform '' 'texts register=1201 texts register=1200 texts' '0 2 0 0 13'

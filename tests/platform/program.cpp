@@ -36,7 +36,7 @@ tty_db_msg_limit_type other_limit = {{1}};
 #define CALL(function) reinterpret_cast<decltype(&function)>(dlsym(library, #function))
 
 void trace(const char *text) {
-  tty_trace(&context->categories[1], 5, 0, 0, 1, "routine", 12, "%s %d %lu %x %X 100%% %s%",
+  tty_trace(&context->categories[1], 5, 0, 0, 1, "routine", 12, "%s %d %lu %x %X 100%% %s",
             static_cast<const char *>(nullptr), int64_t{-1}, uint64_t{1} << 63, uint64_t{0xab},
             uint64_t{0x123456789abc}, text);
 }
@@ -118,6 +118,7 @@ void do_texts(const char *) {
 void do_register(const char *component) { printf("%d ", qerr_register_dll(atoi(component), "")); }
 void do_start(const char *report) {
   static const char *const kNames[] = {"global", "block", "tty", nullptr};
+  enabled = 2;
   tty_debug_initialize("db", 0, kNames, nullptr, 0, &context, &enabled);
   if (*report == '\0') return;
   for (uint32_t i = 0; i < 3; ++i) printf("%d", context->categories[i].enabled != 0);
@@ -126,6 +127,7 @@ void do_start(const char *report) {
 void do_end(const char *) { tty_debug_cleanup("db", context, enabled); }
 void do_nap(const char *seconds) { sleep(atoi(seconds)); }
 void do_trace(const char *text) { trace(text); }
+void do_cut(const char *) { tty_trace(context->categories, 5, 0, 0, 1, "routine", 12, "cut%"); }
 void do_assert(const char *text) { tty_ltrace_assert("routine", 7, text); }
 void do_raise(const char *text) { raise(text[0] - '0', text + 1); }
 void do_raise_101(const char *) {
