@@ -211,6 +211,9 @@ TEST(Interface, InternalRoutinesAssertWhatTheyRequireAndLeaveUnharmed) {
   host::clear();
   EXPECT_EQ(reserve(db, 6, 0, 1), TTY_DB_ERR_INVALID_ARG);
   EXPECT_EQ(host::log_text(), "assert tty_db_block_reserve_internal: " + invalid + "\n");
+  host::fail_call(2, "calloc");
+  EXPECT_EQ(reserve(db, 1, 0, 1), TTY_DB_ERR_NO_MEMORY);
+  EXPECT_EQ(out, nullptr);
   ASSERT_EQ(pthread_rwlock_trywrlock(&other.get()->rwlock), 0);
   other.get()->num_blocks = 0;  // it holds one: its release must not count below zero
   host::clear();

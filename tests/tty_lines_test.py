@@ -110,6 +110,7 @@ class TtyLines(unittest.TestCase):
         self.make(MACHINE)
         tool, _ = watch('0.02', *self.roots)
         shutil.rmtree(f'{self.root}/proc/70')
+        self.make({'/proc/90/stat': MACHINE['/proc/90/stat'].replace('(b)', 'd')})
         usb = '-ttyUSB0 -ttyUSB1 +ttyUSB0 +ttyUSB1'
         for file, events in {'/usb/manufacturer': usb, '/usb/product': usb, '/usb/serial': usb, '/usb/idProduct': usb,
                              'ttyS0/irq': '-ttyS0 +ttyS0', 'ttyS0/port': '-ttyS0 +ttyS0'}.items():

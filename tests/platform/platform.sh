@@ -72,6 +72,8 @@ check_services() {
 1 syslog: HOST MESSAGE: long (16)' '| sort | uniq -c'
 }
 
+check_memory() { check platform '' 'exhaust start end raise=3x' 'errno 12 nothing HOST MESSAGE: x (16)'; }
+
 check_files() {
   check platform TTY_TRACE_FILE=trace 'start flood=4 end start flood=4 trace=again' '' '2>/dev/null'
   same trace $'600\n50 a\n1 again\n50 b\n50 c\n50 d' \

@@ -120,7 +120,8 @@ void do_start(const char *report) {
   static const char *const kNames[] = {"global", "block", "tty", nullptr};
   enabled = 2;
   tty_debug_initialize("db", 0, kNames, nullptr, 0, &context, &enabled);
-  if (*report == '\0') return;
+  if (context == nullptr) printf("nothing ");
+  if (context == nullptr || *report == '\0') return;
   for (uint32_t i = 0; i < 3; ++i) printf("%d", context->categories[i].enabled != 0);
   printf("%d%s ", static_cast<int>(enabled), getauxval(AT_SECURE) != 0 ? " secure" : "");
 }
@@ -153,6 +154,17 @@ void do_waiting(const char *) {
   sigpending(&signals);
   for (int number = 1; number < NSIG; ++number)
     if (sigismember(&signals, number) == 1) printf("%d ", number);
+}
+
+// Takes all the memory that there is.
+void do_exhaust(const char *) {
+  const rlimit limit = {0, RLIM_INFINITY};
+  setrlimit(RLIMIT_AS, &limit);
+  void *volatile taken = nullptr;  // so that the compiler does not leave it out
+  for (size_t size = 1 << 20; size > 0; size /= 2) {
+    do taken = malloc(size);
+    while (taken != nullptr);
+  }
 }
 
 // Lets files grow again.
