@@ -106,6 +106,13 @@ class TtyLines(unittest.TestCase):
         self.assertEqual(' '.join(name for name in names if width(name, 3) < width(name, 99)),
                          'DRIVER OWNER COMMAND VENDOR MODEL SERIAL DETAIL TAG')
 
+    def test_one_line(self):
+        self.make({'ttyS0/dev': '4:64', 'ttyS0/type': '0'})
+        master, slave = open_terminal(80)
+        run(*self.roots, stdout=slave)
+        self.assertEqual(os.read(master, 65536).decode().splitlines()[-3:],
+                         ['1 line in 1 block', '1 serial', '1 idle line not shown; --all shows it'])
+
     def test_what_makes_another_line(self):
         self.make(MACHINE)
         tool, _ = watch('0.02', *self.roots)
