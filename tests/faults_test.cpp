@@ -155,11 +155,10 @@ std::string word_after(const std::string &text, const std::string &key) {
 // As run_with_failure, in a process of its own.  Returns "call=outcome ", with the call's
 // "pthread_" left out, or "" where there is no nth call.
 std::string outcome_of(const Operation &operation, int nth) {
-  std::FILE *errors = tmpfile();
   fflush(stdout);
+  testing::internal::CaptureStderr();
   const pid_t child = fork();
   if (child == 0) {
-    dup2(fileno(errors), STDERR_FILENO);
     host::announce_to_stderr();
     run_with_failure(operation, nth);
     fflush(stdout);
@@ -167,10 +166,7 @@ std::string outcome_of(const Operation &operation, int nth) {
   }
   int status = 0;
   EXPECT_EQ(waitpid(child, &status, 0), child);
-  rewind(errors);
-  std::string said;
-  for (int c = 0; (c = fgetc(errors)) != EOF;) said += static_cast<char>(c);
-  fclose(errors);
+  const std::string said = testing::internal::GetCapturedStderr();
 
   std::string outcome = word_after(said, "outcome ");
   if (WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT) {

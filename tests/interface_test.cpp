@@ -22,6 +22,8 @@ struct Rejection {
 
 const std::string kNoSlot =
     "TTY_DB_TTY_ID_TO_BLOCK_INDEX(block, tty_id) < block->details.capacity|";
+const std::string kAutomatic = "DB has automatic block management|";
+const std::string kNoRange = "Invalid first TTY / number of TTYs|";
 constexpr const char *kLines = " . ";
 constexpr const char *kAssertions = "assert ";
 
@@ -52,68 +54,61 @@ TEST(Interface, BadArgumentsAreRejectedEachWithItsLine) {
   tty_db_block_type *live = db.reserve(0, 0, 10);
   tty_db_tty_type *entry = db.add(0, 5);
   Handles w;
-  expect_rejected(
-      {
-          {CALL(tty_db_create(4, &w.db)), "Invalid options argument|"},
-          {CALL(tty_db_create(7, nullptr)),
-           "Invalid options argument|NULL handle pointer argument|"},
-          {CALL(tty_db_destroy(nullptr)), "NULL handle pointer argument|"},
-          {CALL(tty_db_get_details(nullptr, &w.id, &w.id)), "NULL handle pointer argument|"},
-          {CALL(tty_db_block_reserve(nullptr, 6, 0, 1, nullptr, 0, nullptr)),
-           "NULL DB handle|NULL Block handle|Invalid category 6|"},
-          {CALL(tty_db_block_reserve(db, 0, 0, 0, nullptr, 0, &w.block)),
-           "Invalid first TTY / number of TTYs|"},
-          {CALL(tty_db_block_reserve(db, 0, 0xFFFFFFFF, 2, nullptr, 0, &w.block)),
-           "Invalid first TTY / number of TTYs|"},
-          {CALL(tty_db_block_reserve(automatic, 0, 0, 0, nullptr, 0, &w.block)),
-           "Invalid first TTY / number of TTYs|"},
-          {CALL(tty_db_block_reserve(automatic, 0, 0, 1, nullptr, 0, &w.block)),
-           "DB has automatic block management|", "WRONG_MODE"},
-          {CALL(tty_db_block_release(nullptr, nullptr, 2)),
-           "NULL DB handle|NULL Block handle|Invalid block options 0x2|"},
-          {CALL(tty_db_block_release(automatic, live, 0)), "DB has automatic block management|",
-           "WRONG_MODE"},
-          {CALL(tty_db_block_resize(nullptr, nullptr, 1, 10001, 3)),
-           "NULL DB handle|NULL Block handle|Invalid first TTY / number of TTYs|"
-           "Invalid block options 0x3|"},
-          {CALL(tty_db_block_resize(automatic, live, 0, 1, 0)),
-           "DB has automatic block management|", "WRONG_MODE"},
-          {CALL(tty_db_block_details_from_handle(nullptr, nullptr, nullptr)),
-           "NULL DB handle|NULL Block handle|NULL Details pointer|"},
-          {CALL(tty_db_block_details_from_handle(automatic, live, &w.details)),
-           "DB has automatic block management|", "WRONG_MODE"},
-          {CALL(tty_db_block_details_from_tty(nullptr, 6, 10001, nullptr)),
-           "NULL DB handle|NULL Details pointer|Invalid category 6|Invalid first TTY|"},
-          {CALL(tty_db_block_details_from_tag(nullptr, "x", nullptr)),
-           "NULL DB handle|NULL Details pointer|"},
-          {CALL(tty_db_block_details_from_tag(automatic, nullptr, &w.details)),
-           "DB has automatic block management|", "WRONG_MODE"},
-          {CALL(tty_db_tty_register(nullptr, 6, 10001, sizeof(tty_db_tty_type) - 1, nullptr)),
-           "NULL DB handle|Invalid category 6|Invalid TTY Id 10001|"
-           "Invalid entry size 55 (need 56)|NULL TTY handle|"},
-          {CALL(tty_db_tty_deregister(nullptr, 6, 10001)),
-           "NULL DB handle|Invalid category 6|Invalid TTY Id 10001|"},
-          {CALL(tty_db_tty_retrieve(nullptr, 6, 10001, nullptr)),
-           "NULL DB handle|Invalid category 6|Invalid TTY Id 10001|NULL TTY output variable|"},
-          {CALL(tty_db_tty_unlock(nullptr, nullptr)), "NULL DB handle|NULL TTY entry structure|"},
-          {CALL(tty_db_item_create(nullptr, 1, 0, nullptr)),
-           "NULL TTY entry pointer|0 size is illegal|NULL item output pointer|"},
-          {CALL(tty_db_item_get(nullptr, 1, nullptr)),
-           "NULL TTY entry pointer|NULL item output pointer|"},
-          {CALL(tty_db_item_get(entry, 1, nullptr)), "NULL item output pointer|"},
-          {CALL(tty_db_item_destroy(nullptr, 1)), "NULL TTY entry pointer|"},
-          {CALL(tty_db_item_create(entry, 1, SIZE_MAX, &w.item)),
-           "malloc(15) of item list structure failed|", "NO_MEMORY"},
-          {CALL(tty_db_item_create(entry, 1, SIZE_MAX / 2 - 100, &w.item)),
-           "malloc(9223372036854775723) of item list structure failed|", "NO_MEMORY"},
-          {CALL(tty_db_iterate_start(nullptr, 6, 10001, 7, 10002, nullptr)),
-           "NULL DB handle|Invalid start category 6|Invalid start Id 10001|"
-           "Invalid end category 7|Invalid end Id 10002|NULL iterator handle output variable|"},
-          {CALL(tty_db_iterate_next(nullptr, nullptr, nullptr)),
-           "NULL Iterator handle|NULL category output argument|NULL TTY ID output argument|"},
-          {CALL(tty_db_iterate_end(nullptr)), "NULL iterator argument|"},
-      },
-      kLines);
+  const std::vector<Rejection> bad_arguments = {
+      {CALL(tty_db_create(4, &w.db)), "Invalid options argument|"},
+      {CALL(tty_db_create(7, nullptr)), "Invalid options argument|NULL handle pointer argument|"},
+      {CALL(tty_db_destroy(nullptr)), "NULL handle pointer argument|"},
+      {CALL(tty_db_get_details(nullptr, &w.id, &w.id)), "NULL handle pointer argument|"},
+      {CALL(tty_db_block_reserve(nullptr, 6, 0, 1, nullptr, 0, nullptr)),
+       "NULL DB handle|NULL Block handle|Invalid category 6|"},
+      {CALL(tty_db_block_reserve(db, 0, 0, 0, nullptr, 0, &w.block)), kNoRange},
+      {CALL(tty_db_block_reserve(db, 0, 0xFFFFFFFF, 2, nullptr, 0, &w.block)), kNoRange},
+      {CALL(tty_db_block_reserve(automatic, 0, 0, 0, nullptr, 0, &w.block)), kNoRange},
+      {CALL(tty_db_block_reserve(automatic, 0, 0, 1, nullptr, 0, &w.block)), kAutomatic,
+       "WRONG_MODE"},
+      {CALL(tty_db_block_release(nullptr, nullptr, 2)),
+       "NULL DB handle|NULL Block handle|Invalid block options 0x2|"},
+      {CALL(tty_db_block_release(automatic, live, 0)), kAutomatic, "WRONG_MODE"},
+      {CALL(tty_db_block_resize(nullptr, nullptr, 1, 10001, 3)),
+       "NULL DB handle|NULL Block handle|Invalid first TTY / number of TTYs|"
+       "Invalid block options 0x3|"},
+      {CALL(tty_db_block_resize(automatic, live, 0, 1, 0)), kAutomatic, "WRONG_MODE"},
+      {CALL(tty_db_block_details_from_handle(nullptr, nullptr, nullptr)),
+       "NULL DB handle|NULL Block handle|NULL Details pointer|"},
+      {CALL(tty_db_block_details_from_handle(automatic, live, &w.details)), kAutomatic,
+       "WRONG_MODE"},
+      {CALL(tty_db_block_details_from_tty(nullptr, 6, 10001, nullptr)),
+       "NULL DB handle|NULL Details pointer|Invalid category 6|Invalid first TTY|"},
+      {CALL(tty_db_block_details_from_tag(nullptr, "x", nullptr)),
+       "NULL DB handle|NULL Details pointer|"},
+      {CALL(tty_db_block_details_from_tag(automatic, nullptr, &w.details)), kAutomatic,
+       "WRONG_MODE"},
+      {CALL(tty_db_tty_register(nullptr, 6, 10001, sizeof(tty_db_tty_type) - 1, nullptr)),
+       "NULL DB handle|Invalid category 6|Invalid TTY Id 10001|"
+       "Invalid entry size 55 (need 56)|NULL TTY handle|"},
+      {CALL(tty_db_tty_deregister(nullptr, 6, 10001)),
+       "NULL DB handle|Invalid category 6|Invalid TTY Id 10001|"},
+      {CALL(tty_db_tty_retrieve(nullptr, 6, 10001, nullptr)),
+       "NULL DB handle|Invalid category 6|Invalid TTY Id 10001|NULL TTY output variable|"},
+      {CALL(tty_db_tty_unlock(nullptr, nullptr)), "NULL DB handle|NULL TTY entry structure|"},
+      {CALL(tty_db_item_create(nullptr, 1, 0, nullptr)),
+       "NULL TTY entry pointer|0 size is illegal|NULL item output pointer|"},
+      {CALL(tty_db_item_get(nullptr, 1, nullptr)),
+       "NULL TTY entry pointer|NULL item output pointer|"},
+      {CALL(tty_db_item_get(entry, 1, nullptr)), "NULL item output pointer|"},
+      {CALL(tty_db_item_destroy(nullptr, 1)), "NULL TTY entry pointer|"},
+      {CALL(tty_db_item_create(entry, 1, SIZE_MAX, &w.item)),
+       "malloc(15) of item list structure failed|", "NO_MEMORY"},
+      {CALL(tty_db_item_create(entry, 1, SIZE_MAX / 2 - 100, &w.item)),
+       "malloc(9223372036854775723) of item list structure failed|", "NO_MEMORY"},
+      {CALL(tty_db_iterate_start(nullptr, 6, 10001, 7, 10002, nullptr)),
+       "NULL DB handle|Invalid start category 6|Invalid start Id 10001|"
+       "Invalid end category 7|Invalid end Id 10002|NULL iterator handle output variable|"},
+      {CALL(tty_db_iterate_next(nullptr, nullptr, nullptr)),
+       "NULL Iterator handle|NULL category output argument|NULL TTY ID output argument|"},
+      {CALL(tty_db_iterate_end(nullptr)), "NULL iterator argument|"},
+  };
+  expect_rejected(bad_arguments, kLines);
   EXPECT_EQ(db.counts(), std::make_pair(1u, 1u));
 }
 
@@ -150,63 +145,59 @@ TEST(Interface, InternalRoutinesAssertWhatTheyRequireAndLeaveUnharmed) {
   for (tty_db_type *locked : {db.get(), automatic.get()}) {
     ASSERT_EQ(pthread_rwlock_trywrlock(&locked->rwlock), 0);
   }
-  expect_rejected(
-      {
-          {CALL(reserve(nullptr, 1, 0, 1)), "db_h != NULL|"},
-          {CALL(reserve(db, 6, 0, 1)), category},
-          {CALL(reserve(db, 1, 9999, 3)), past_end},
-          {CALL(reserve(db, 1, 0xFFFFFFFF, 2)), past_end},
-          {CALL(reserve(db, 1, 5, 0)), "num_ttys > 0|"},
-          {CALL(tty_db_block_reserve_internal(db, 1, 0, 1, nullptr, 0, nullptr)),
-           "block_h != NULL|"},
-          {CALL(tty_db_block_resize_internal(nullptr, block, 0, 1)), "db_h != NULL|"},
-          {CALL(tty_db_block_resize_internal(db, nullptr, 0, 1)), "block_h != NULL|"},
-          {CALL(tty_db_block_resize_internal(db, block, 9999, 3)), past_end},
-          {CALL(tty_db_block_resize_internal(db, block, 5, 0)), "num_ttys > 0|"},
-          {CALL(tty_db_block_resize_internal(db, foreign, 20, 1)),
-           "*old_insertion_point == block_h|"},
-          {VOID_CALL(tty_db_block_release_internal(db, foreign)), "(*insertion_point) == block_h|",
-           "OK"},
-          {VOID_CALL(tty_db_block_release_internal(nullptr, block)), "db_h != NULL|", "OK"},
-          {VOID_CALL(tty_db_block_release_internal(db, nullptr)), "block_h != NULL|", "OK"},
-          {CALL(tty_db_block_check_for_overlap(nullptr, 0, 0, 1, nullptr)), "db_h != NULL|"},
-          {CALL(tty_db_block_check_for_overlap(db, 6, 0, 1, nullptr)), category},
-          {CALL(tty_db_block_find_lowest_block(nullptr, 0, 0, &out)), "db_h != NULL|"},
-          {CALL(tty_db_block_find_lowest_block(db, 6, 0, &out)), category},
-          {CALL(tty_db_block_find_lowest_block(db, 0, 0, nullptr)), "block != NULL|"},
-          {CALL(tty_db_block_find_block_from_tty_id(db, 0, 0, nullptr)), "block != NULL|"},
-          {CALL(tty_db_block_find_block_from_tty_id(nullptr, 0, 0, &out)), "db_h != NULL|"},
-          {CALL(tty_db_block_find_block_from_tty_id(db, 6, 0, &out)), category},
-          {CALL(tty_db_block_find_block_from_tty_id(db, 0, UINT32_MAX, &out)),
-           "tty_id <= TTY_PORT_MAX|", "NO_BLOCK"},
-          {CALL(tty_db_block_find_block_from_tag(nullptr, nullptr, &out)), "db_h != NULL|"},
-          {CALL(tty_db_block_find_block_from_tag(db, nullptr, nullptr)), "block != NULL|"},
-          {CALL(add(nullptr, 0, sizeof(Entry), &tty)), "db_h != NULL|"},
-          {CALL(add(db, 6, sizeof(Entry), &tty)), category},
-          {CALL(add(db, 0, sizeof(tty_db_tty_type) - 1, &tty)),
-           "entry_size >= sizeof(tty_db_tty_type)|"},
-          {CALL(add(db, 0, sizeof(Entry), nullptr)), "tty != NULL|"},
-          {CALL(add(automatic, 0, sizeof(Entry), &tty)), "tty_id <= TTY_PORT_MAX|", "NO_BLOCK"},
-          {VOID_CALL(tty_db_tty_deregister_internal(db, block, 3)), "tty != NULL|", "OK"},
-          {VOID_CALL(tty_db_tty_deregister_internal(db, block, 11)), kNoSlot + "tty != NULL|",
-           "OK"},
-          {VOID_CALL(tty_db_tty_deregister_internal(db, nullptr, 3)), "block != NULL|tty != NULL|",
-           "OK"},
-          {VOID_CALL(tty_db_tty_deregister_internal(db, &slotless, 0)), "tty != NULL|", "OK"},
-          {CALL(tty_db_writelock(speaker, nullptr)), "db != NULL|"},
-          {CALL(tty_db_readlock(speaker, nullptr)), "db != NULL|"},
-          {VOID_CALL(tty_db_unlock(speaker, nullptr)), "db != NULL|", "OK"},
-          {CALL(tty_db_lock_tty(nullptr, tty)), "db != NULL|"},
-          {VOID_CALL(tty_db_cleanup_entry(nullptr, true)), "tty != NULL|", "OK"},
-          {CALL(tty_db_item_find_insertion_point(nullptr, 1, &link)), "tty != NULL|"},
-          {CALL(tty_db_item_find_insertion_point(reinterpret_cast<tty_db_tty_type *>(block), 1,
-                                                 nullptr)),
-           "insertion_point != NULL|"},
-          {CALL(tty_db_iterate_next_internal(nullptr, &id, &id)), "iterator_h != NULL|"},
-          {CALL(tty_db_iterate_next_internal(iterator, nullptr, &id)), "category != NULL|"},
-          {CALL(tty_db_iterate_next_internal(iterator, &id, nullptr)), "tty_id != NULL|"},
-      },
-      kAssertions);
+  const std::vector<Rejection> preconditions = {
+      {CALL(reserve(nullptr, 1, 0, 1)), "db_h != NULL|"},
+      {CALL(reserve(db, 6, 0, 1)), category},
+      {CALL(reserve(db, 1, 9999, 3)), past_end},
+      {CALL(reserve(db, 1, 0xFFFFFFFF, 2)), past_end},
+      {CALL(reserve(db, 1, 5, 0)), "num_ttys > 0|"},
+      {CALL(tty_db_block_reserve_internal(db, 1, 0, 1, nullptr, 0, nullptr)), "block_h != NULL|"},
+      {CALL(tty_db_block_resize_internal(nullptr, block, 0, 1)), "db_h != NULL|"},
+      {CALL(tty_db_block_resize_internal(db, nullptr, 0, 1)), "block_h != NULL|"},
+      {CALL(tty_db_block_resize_internal(db, block, 9999, 3)), past_end},
+      {CALL(tty_db_block_resize_internal(db, block, 5, 0)), "num_ttys > 0|"},
+      {CALL(tty_db_block_resize_internal(db, foreign, 20, 1)), "*old_insertion_point == block_h|"},
+      {VOID_CALL(tty_db_block_release_internal(db, foreign)), "(*insertion_point) == block_h|",
+       "OK"},
+      {VOID_CALL(tty_db_block_release_internal(nullptr, block)), "db_h != NULL|", "OK"},
+      {VOID_CALL(tty_db_block_release_internal(db, nullptr)), "block_h != NULL|", "OK"},
+      {CALL(tty_db_block_check_for_overlap(nullptr, 0, 0, 1, nullptr)), "db_h != NULL|"},
+      {CALL(tty_db_block_check_for_overlap(db, 6, 0, 1, nullptr)), category},
+      {CALL(tty_db_block_find_lowest_block(nullptr, 0, 0, &out)), "db_h != NULL|"},
+      {CALL(tty_db_block_find_lowest_block(db, 6, 0, &out)), category},
+      {CALL(tty_db_block_find_lowest_block(db, 0, 0, nullptr)), "block != NULL|"},
+      {CALL(tty_db_block_find_block_from_tty_id(db, 0, 0, nullptr)), "block != NULL|"},
+      {CALL(tty_db_block_find_block_from_tty_id(nullptr, 0, 0, &out)), "db_h != NULL|"},
+      {CALL(tty_db_block_find_block_from_tty_id(db, 6, 0, &out)), category},
+      {CALL(tty_db_block_find_block_from_tty_id(db, 0, UINT32_MAX, &out)),
+       "tty_id <= TTY_PORT_MAX|", "NO_BLOCK"},
+      {CALL(tty_db_block_find_block_from_tag(nullptr, nullptr, &out)), "db_h != NULL|"},
+      {CALL(tty_db_block_find_block_from_tag(db, nullptr, nullptr)), "block != NULL|"},
+      {CALL(add(nullptr, 0, sizeof(Entry), &tty)), "db_h != NULL|"},
+      {CALL(add(db, 6, sizeof(Entry), &tty)), category},
+      {CALL(add(db, 0, sizeof(tty_db_tty_type) - 1, &tty)),
+       "entry_size >= sizeof(tty_db_tty_type)|"},
+      {CALL(add(db, 0, sizeof(Entry), nullptr)), "tty != NULL|"},
+      {CALL(add(automatic, 0, sizeof(Entry), &tty)), "tty_id <= TTY_PORT_MAX|", "NO_BLOCK"},
+      {VOID_CALL(tty_db_tty_deregister_internal(db, block, 3)), "tty != NULL|", "OK"},
+      {VOID_CALL(tty_db_tty_deregister_internal(db, block, 11)), kNoSlot + "tty != NULL|", "OK"},
+      {VOID_CALL(tty_db_tty_deregister_internal(db, nullptr, 3)), "block != NULL|tty != NULL|",
+       "OK"},
+      {VOID_CALL(tty_db_tty_deregister_internal(db, &slotless, 0)), "tty != NULL|", "OK"},
+      {CALL(tty_db_writelock(speaker, nullptr)), "db != NULL|"},
+      {CALL(tty_db_readlock(speaker, nullptr)), "db != NULL|"},
+      {VOID_CALL(tty_db_unlock(speaker, nullptr)), "db != NULL|", "OK"},
+      {CALL(tty_db_lock_tty(nullptr, tty)), "db != NULL|"},
+      {VOID_CALL(tty_db_cleanup_entry(nullptr, true)), "tty != NULL|", "OK"},
+      {CALL(tty_db_item_find_insertion_point(nullptr, 1, &link)), "tty != NULL|"},
+      {CALL(tty_db_item_find_insertion_point(reinterpret_cast<tty_db_tty_type *>(block), 1,
+                                             nullptr)),
+       "insertion_point != NULL|"},
+      {CALL(tty_db_iterate_next_internal(nullptr, &id, &id)), "iterator_h != NULL|"},
+      {CALL(tty_db_iterate_next_internal(iterator, nullptr, &id)), "category != NULL|"},
+      {CALL(tty_db_iterate_next_internal(iterator, &id, nullptr)), "tty_id != NULL|"},
+  };
+  expect_rejected(preconditions, kAssertions);
   // Asserted by the routine itself, ahead of those that it calls.
   host::clear();
   EXPECT_EQ(reserve(db, 6, 0, 1), TTY_DB_ERR_INVALID_ARG);
@@ -245,13 +236,13 @@ TEST(Interface, AssertionsTellOfDamagedRecords) {
   const auto check = [&](uint32_t first, uint32_t end) {
     return tty_db_block_check_no_registered_ttys(db, block, first, end);
   };
-  expect_rejected(
-      {{CALL(check(10000, 10001)), last + kNoSlot + kNoSlot, "OK"},
-       {CALL(check(10001, 10001)),
-        "(first_tty > last_tty) || first_tty <= TTY_PORT_MAX|" + last + kNoSlot, "OK"},
-       {CALL(check(10002, 10001)), "", "OK"},
-       {VOID_CALL(tty_db_block_cleanup(db, loose)), "block->next_block == NULL|", "OK"}},
-      kAssertions, {true});
+  const std::vector<Rejection> ranges = {
+      {CALL(check(10000, 10001)), last + kNoSlot + kNoSlot, "OK"},
+      {CALL(check(10001, 10001)),
+       "(first_tty > last_tty) || first_tty <= TTY_PORT_MAX|" + last + kNoSlot, "OK"},
+      {CALL(check(10002, 10001)), "", "OK"},
+      {VOID_CALL(tty_db_block_cleanup(db, loose)), "block->next_block == NULL|", "OK"}};
+  expect_rejected(ranges, kAssertions, {true});
   ASSERT_EQ(pthread_rwlock_unlock(&db.get()->rwlock), 0);
   damaged.category = 2;
   expect_rejected({{CALL(tty_db_block_details_from_tty(db, 1, 5, &w.details)),
@@ -262,26 +253,25 @@ TEST(Interface, AssertionsTellOfDamagedRecords) {
                     found + "block->details.category == iterator_h->next_category|", "OK"}},
                   kAssertions, {true});
   damaged.category = 1;
-  expect_rejected(
-      {
-          {CALL(damaged.num_registered = 10, tty_db_tty_register(db, 1, 6, sizeof(Entry), &w.tty)),
-           "block->details.num_registered < block->details.capacity|", "OK"},
-          {CALL(damaged.num_registered = db.get()->num_ttys = 1, tty_db_tty_deregister(db, 1, 6)),
-           "", "OK"},
-          {CALL(tty_db_tty_deregister(db, 1, 5)),
-           "block->details.num_registered > 0|db_h->num_ttys > 0|", "OK"},
-          {CALL(free(block->ttys), block->ttys = nullptr, tty_db_block_resize(db, block, 20, 5, 0)),
-           "(block_h->ttys) != NULL|", "OK"},
-          {CALL(tty_db_create(0, &w.db), w.db->num_ttys = 1, tty_db_destroy(w.db)),
-           "db_h->num_ttys == 0|", "OK"},
-          {CALL(tty_db_create(0, &w.db), w.db->num_blocks = 1, tty_db_destroy(w.db)),
-           "db_h->num_blocks == 0|", "OK"},
-          {CALL(tty_db_create(0, &w.db), tty_db_block_reserve(w.db, 0, 0, 1, nullptr, 0, &w.block),
-                w.block->details.first_tty = 1, tty_db_destroy(w.db), free(w.block->ttys),
-                free(w.block), 0u),
-           "(*insertion_point) == block_h|db_h->num_blocks == 0|", "OK"},
-      },
-      kAssertions, {false});
+  const std::vector<Rejection> counts = {
+      {CALL(damaged.num_registered = 10, tty_db_tty_register(db, 1, 6, sizeof(Entry), &w.tty)),
+       "block->details.num_registered < block->details.capacity|", "OK"},
+      {CALL(damaged.num_registered = db.get()->num_ttys = 1, tty_db_tty_deregister(db, 1, 6)), "",
+       "OK"},
+      {CALL(tty_db_tty_deregister(db, 1, 5)),
+       "block->details.num_registered > 0|db_h->num_ttys > 0|", "OK"},
+      {CALL(free(block->ttys), block->ttys = nullptr, tty_db_block_resize(db, block, 20, 5, 0)),
+       "(block_h->ttys) != NULL|", "OK"},
+      {CALL(tty_db_create(0, &w.db), w.db->num_ttys = 1, tty_db_destroy(w.db)),
+       "db_h->num_ttys == 0|", "OK"},
+      {CALL(tty_db_create(0, &w.db), w.db->num_blocks = 1, tty_db_destroy(w.db)),
+       "db_h->num_blocks == 0|", "OK"},
+      {CALL(tty_db_create(0, &w.db), tty_db_block_reserve(w.db, 0, 0, 1, nullptr, 0, &w.block),
+            w.block->details.first_tty = 1, tty_db_destroy(w.db), free(w.block->ttys),
+            free(w.block), 0u),
+       "(*insertion_point) == block_h|db_h->num_blocks == 0|", "OK"},
+  };
+  expect_rejected(counts, kAssertions, {false});
   host::assertions_return(false);
   EXPECT_EQ(db.counts(), std::make_pair(1u, 0u));
   EXPECT_EQ(damaged.num_registered, 0u);
@@ -342,6 +332,12 @@ TEST(Interface, OutputsAfterAFailureAreSetOrUntouched) {
   uint32_t id = 9;
   EXPECT_EQ(tty_db_iterate_next(nullptr, &category, &id), TTY_DB_ERR_INVALID_ARG);
   EXPECT_EQ(std::make_pair(category, id), std::make_pair(TTY_CATEGORY_MAX, 0u));
+
+  tty_db_iterator_type *exhausted = nullptr;
+  ASSERT_EQ(tty_db_iterate_start(db, 0, 0, 0, 9, &exhausted), 0u);
+  EXPECT_EQ(tty_db_iterate_next_internal(exhausted, &category, &id), TTY_DB_ERR_NO_MORE);
+  EXPECT_EQ(std::make_pair(category, id), std::make_pair(TTY_CATEGORY_MAX, 0u));
+  EXPECT_EQ(tty_db_iterate_end(exhausted), 0u);
 
   auto *iterator = stale<tty_db_iterator_type>();
   EXPECT_EQ(tty_db_iterate_start(db, 6, 0, 0, 0, &iterator), TTY_DB_ERR_INVALID_ARG);

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 # Tests tty-lines, the program that is the first argument, against machines made of files, and on this machine.
 import faulthandler, fcntl, json, os, pathlib, pwd, random, resource, shutil, signal, struct, subprocess, sys
-import tempfile, termios, unittest
+import tempfile, termios, time, unittest
 
 PROGRAM = os.path.abspath(sys.argv.pop(1))
 OWNER = pwd.getpwuid(os.getuid()).pw_name
@@ -9,7 +9,8 @@ OWNER = pwd.getpwuid(os.getuid()).pw_name
 # line end, > a link.  Of the group in the foreground of tty2 the leader has gone, of that of ttyS0 everybody.
 MACHINE = dict(file.replace('~', ' ').replace('|', '\n').split('=') for file in '''
 /proc/tty/drivers=too~4~64~few|unknown~/dev/tty~4~1-63~console|serial~/dev/ttyS~4~64-66~serial|\
-serial~/dev/ttyX~204~0-31~serial|usb~serial~/dev/ttyUSB~188~0-511~serial /dev/ttyS0= /dev/pts/7= tty0/dev=4:0
+serial~/dev/ttyX~204~0-31~serial|bad~/dev/bad~188~x-511~bad|\
+usb~serial~/dev/ttyUSB~188~0-511~serial /dev/ttyS0= /dev/pts/7= tty0/dev=4:0
 tty1/dev=4:1 tty2/dev=4:2 tty0/active=tty0~tty1 /proc/90/stat=90~(a~(b)~c)~S~1~89~89~1026~89~0
 /proc/88/stat=88~(shell)~S~1~88~88~1026~89~0 /proc/70/stat=70~(sh)~S~1~70~70~1088~71~0 ttyS1/dev=4:65 ttyS1/type=0
 ttyS1/port=0x2F8 ttyS1/irq=3 ttyS0/dev=4:64 ttyS0/type=4 ttyS0/port=0x3F8 ttyS0/irq=4 ttyS0/iomem_base=0x0
@@ -68,7 +69,9 @@ class TtyLines(unittest.TestCase):
     def test_what_is_known(self):
         self.make(MACHINE)
         self.assertEqual(run(*self.roots, '-rao', KNOWN.split('\n')[0].title().replace(' ', ',')), (0, KNOWN, ''))
-        port = json.loads(run(*self.roots, '--json', '--kind', 'SERIAL')[1])['lines'][0]
+        ports = run(*self.roots, '--json', '--kind', 'SERIAL')[1]
+        port = json.loads(ports)['lines'][0]
+        self.assertGreater(ports.count('\n'), len(port))
         self.assertEqual(list(port), [row.split()[0].lower() for row in run('-l')[1].splitlines()][:19])
         self.assertEqual([port[column] for column in ('id', 'irq', 'owner', 'size', 'pid', 'vendor')],
                          [0, 4, OWNER, None, 71, None])
@@ -83,6 +86,8 @@ class TtyLines(unittest.TestCase):
                                      '2 idle lines not shown; --all shows them'])
         self.assertTrue(max(map(len, rows)) <= 60 and rows[5].startswith('ttyUSB1 usb     usb se'), rows)
         self.assertIn('interface 1: Port B, serial A5001XYZ\n', run(*self.roots)[1])
+        self.assertEqual(run(*self.roots, '-kpty', '--by-driver')[1].split()[:6],
+                         'NAME CATEGORY ID FIRST SIZE REGISTERED'.split())
         tree = [*self.roots, '-nk', 'usb', '--by-driver', '-o']
         self.assertEqual(run(*tree, 'name,category,first,size,registered')[1].split(),
                          'usb serial 2 0 2 2 ├─ttyUSB0 2 └─ttyUSB1 2'.split())
@@ -204,6 +209,7 @@ class TtyLines(unittest.TestCase):
         tool, _ = watch('0.02', *self.roots, stderr=subprocess.PIPE)
         resource.prlimit(tool.pid, resource.RLIMIT_NOFILE, (3, 64))
         self.assertIn(b'Too many open files', tool.stderr.readline())
+        time.sleep(0.2)  # and does not say it again
         os.rename(f'{self.root}/new', self.lines + 'ttyS1')
         resource.prlimit(tool.pid, resource.RLIMIT_NOFILE, (64, 64))
         self.assertEqual([event['name'] for event in next(tool.documents)['events']], ['ttyS1'])

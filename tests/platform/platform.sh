@@ -62,14 +62,7 @@ check_services() {
   check platform '' 'flood=3,20000' '10 HOST MESSAGE: flood (16)
 1 System messages: 79990 more were left out' '| sort | uniq -c'
   check platform '' 'syslog=2 raise=2long raise=2a raise=3b syslog=3 raise=2a raise=3b child raise=3c' \
-    '2 HOST MESSAGE: a (16)
-2 HOST MESSAGE: b (16)
-2 HOST MESSAGE: c (16)
-1 HOST MESSAGE: long (16)
-1 syslog: HOST MESSAGE: a (16)
-1 syslog: HOST MESSAGE: b (16)
-2 syslog: HOST MESSAGE: c (16)
-1 syslog: HOST MESSAGE: long (16)' '| sort | uniq -c'
+    $'long (16)\na (16)\nb (16)\nc (16)\nc (16)' '| sed -n "s/^syslog: HOST MESSAGE: //p"'
 }
 
 check_memory() { check platform '' 'exhaust start end raise=3x' 'errno 12 nothing HOST MESSAGE: x (16)'; }

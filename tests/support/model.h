@@ -121,17 +121,13 @@ class Model {
   // At times makes a call fail that the next operation makes of the heap or of a lock: a call whose
   // failure does not end the process.
   void disturb_at_times() {
-    static const char *const calls[] = {"calloc",
-                                        "calloc",
-                                        "strdup",
-                                        "pthread_rwlock_trywrlock",
-                                        "pthread_rwlock_timedwrlock",
-                                        "pthread_mutexattr_init",
-                                        "pthread_mutex_init",
-                                        "pthread_mutex_trylock",
-                                        "pthread_mutex_lock",
-                                        "pthread_mutex_destroy"};
-    if (below(5) == 0) host::fail_call(1 + static_cast<int>(below(3)), calls[below(10)]);
+    static const char *const calls[] = {
+        "calloc",         "calloc",     "strdup",        "rwlock_trywrlock", "rwlock_timedwrlock",
+        "mutexattr_init", "mutex_init", "mutex_trylock", "mutex_lock",       "mutex_destroy"};
+    if (below(5) != 0) return;
+    const int nth = 1 + static_cast<int>(below(3));
+    const uint32_t call = below(10);
+    host::fail_call(nth, std::string(call < 3 ? "" : "pthread_") + calls[call]);
   }
 
   // Compares a result with the expected one.  An operation that a failed call keeps from it says so
