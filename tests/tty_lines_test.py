@@ -69,6 +69,9 @@ class TtyLines(unittest.TestCase):
     def test_what_is_known(self):
         self.make(MACHINE)
         self.assertEqual(run(*self.roots, '-rao', KNOWN.split('\n')[0].title().replace(' ', ',')), (0, KNOWN, ''))
+        table = run(*self.roots, '-akserial', '-oname,irq,uart,pid')[1].splitlines()
+        self.assertEqual([row.rstrip() for row in table],
+                         ['NAME  IRQ UART   PID', 'ttyS0   4 16550A  71', 'ttyS1', 'ttyS2     PL011'])
         ports = run(*self.roots, '--json', '--kind', 'SERIAL')[1]
         port = json.loads(ports)['lines'][0]
         self.assertGreater(ports.count('\n'), len(port))
