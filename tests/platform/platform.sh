@@ -149,6 +149,7 @@ check_loader() {
   check platform "LD_PRELOAD=${own}clock_gettime.so" raise_101 \
     $'1 HOST MESSAGE: 90 more were left out\n11 HOST MESSAGE: many (16)' '| sort | uniq -c'
   check linked "LD_PRELOAD=$cleanup" exit_in_thread ''
+  check linked "LD_PRELOAD=$cleanup" "load=${own}tty_trace.so exit_in_thread" ''
   check linked "LD_PRELOAD=$cleanup" 'texts open close texts' '13 13'
   check bare "NO_DLLMAIN= LD_PRELOAD=$cleanup" 'open texts close' 0
   check bare "LD_PRELOAD=$cleanup" 'reuse=own open texts close lowest_free' '13 cleanup-db 4'

@@ -88,6 +88,7 @@ void in_threads(Work work) {
 extern "C" {
 void do_open(const char *) { library = dlopen(LIBRARY, RTLD_NOW); }
 void do_open_apart(const char *) { library = dlmopen(LM_ID_NEWLM, LIBRARY, RTLD_NOW); }
+void do_load(const char *file) { dlopen(file, RTLD_NOW); }
 void do_close(const char *) { dlclose(library); }
 void do_reopen(const char *) {
   for (int i = 0; i < PTHREAD_KEYS_MAX; ++i) {
