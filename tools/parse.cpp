@@ -48,7 +48,6 @@ std::optional<std::uint32_t> parse_number(std::string_view text) {
 }
 
 std::optional<Device> parse_device(std::string_view text) {
-  if (!text.empty() && text.back() == '\n') text.remove_suffix(1);
   const std::size_t colon = text.find(':');
   if (colon == std::string_view::npos) return std::nullopt;
   const auto major = parse_number(text.substr(0, colon));

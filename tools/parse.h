@@ -46,7 +46,7 @@ struct Process {
 // fit.
 std::optional<std::uint32_t> parse_number(std::string_view text);
 
-// Parses "MAJOR:MINOR", with a line end or without.
+// Parses "MAJOR:MINOR".
 std::optional<Device> parse_device(std::string_view text);
 
 // Parses the table of drivers; rows of another form than the kernel's are passed over.

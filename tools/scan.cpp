@@ -95,7 +95,7 @@ class Scan {
   std::vector<ScannedLine> lines() {
     const auto add_kernel_line = [this](int directory, const std::string& name) {
       struct stat status = {};
-      const auto device = parse_device(read_file(directory, name + "/dev").value_or(""));
+      const auto device = parse_device(read_line(directory, name + "/dev"));
       // An entry that is still there says nothing of its device; otherwise it has vanished.
       if (!device && fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return;
       ScannedLine line = identify(name, device);
