@@ -147,7 +147,7 @@ check_loader() {
   export TTY_TRACE_FILE=/dev/null ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0
   check platform '' 'reuse=own open_apart close lowest_free' 4
   check bare '' reopen 0
-  check platform "LD_PRELOAD=${own}clock_gettime.so" raise_101 \
+  check platform "LD_PRELOAD=${own}clock_gettime.so" "$(printf 'raise=3many %.0s' {1..101})" \
     $'1 HOST MESSAGE: 90 more were left out\n11 HOST MESSAGE: many (16)' '| sort | uniq -c'
   check linked "LD_PRELOAD=$cleanup" exit_in_thread ''
   check linked "LD_PRELOAD=$cleanup" "load=${own}tty_trace.so exit_in_thread" ''

@@ -133,9 +133,6 @@ void do_trace(const char *text) { trace(text); }
 void do_cut(const char *) { tty_trace(context->categories, 5, 0, 0, 1, "routine", 12, "cut%"); }
 void do_assert(const char *text) { tty_ltrace_assert("routine", 7, text); }
 void do_raise(const char *text) { raise(text[0] - '0', text + 1); }
-void do_raise_101(const char *) {
-  for (int i = 0; i < 101; ++i) raise(3, "many");
-}
 
 // Prints what goes to the system's log with a priority.
 void do_syslog(const char *priority) {
