@@ -116,14 +116,16 @@ class TtyLines(unittest.TestCase):
         self.assertEqual(' '.join(name for name in names if width(name, 3) < width(name, 99)),
                          'DRIVER OWNER COMMAND VENDOR MODEL SERIAL DETAIL TAG')
 
-    def test_one_line(self):
-        self.make({'ttyS0/dev': '4:64', 'ttyS0/type': '0'})
-        tool, _ = watch(*self.roots)
-        tool.kill(), tool.wait()
+    def test_on_a_terminal(self):
+        self.make({'ttyS0/dev': '4:64', 'ttyS0/type': '0', 'bad/dev': '1x:2', '/new/dev': '4:65', '/new/type': '4'})
         master, slave = open_terminal(80)
-        run(*self.roots, stdout=slave)
-        self.assertEqual(os.read(master, 65536).decode().splitlines()[-3:],
-                         ['1 line in 1 block', '1 serial', '1 idle line not shown; --all shows it'])
+        tool = subprocess.Popen([PROGRAM, *self.roots, '--watch'], stdout=slave, stderr=subprocess.DEVNULL)
+        terminal = self.enterContext(open(master))
+        self.assertEqual([next(terminal) for _ in range(3)], ['1 line in 1 block, 1 not registrable\n', '1 serial\n',
+                                                              '1 idle line not shown; --all shows it\n'])
+        os.rename(f'{self.root}/new', self.lines + 'ttyS1')
+        self.assertRegex(next(terminal), r'^[0-9:]{8} \+     ttyS1    serial  16550A\n$')
+        tool.kill(), tool.wait()
 
     def test_what_makes_another_line(self):
         self.make({**MACHINE, 'one/dev': '9:1', 'two/dev': '9:2'})
@@ -240,8 +242,9 @@ class TtyLines(unittest.TestCase):
                          ['+', '132x50', 38400, os.getpid(), OWNER])
         sleep = subprocess.Popen(['sleep', '600'], start_new_session=True, pass_fds=[slave],
                                  preexec_fn=lambda: fcntl.ioctl(slave, termios.TIOCSCTTY, 0))
+        fcntl.ioctl(master, 0x40045431, struct.pack('i', 1))  # TIOCSPTLCK: nobody else may open it
         line = next(line for line in json.loads(run('-J')[1])['lines'] if line['name'] == name)
-        self.assertEqual((line['pid'], line['command']), (sleep.pid, 'sleep'))
+        self.assertEqual((line['pid'], line['command'], line['size']), (sleep.pid, 'sleep', None))
         sleep.kill(), sleep.wait(), os.close(master), os.close(slave)
         self.assertEqual(next(events)['event'], '-')
         tool.send_signal(signal.SIGINT), self.assertEqual(tool.wait(), 0)
