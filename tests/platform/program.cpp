@@ -250,9 +250,12 @@ int main(int /*argc*/, char **argv) {
     const std::string name = std::string("do_") + strtok(*argv, "=");
     const char *text = strtok(nullptr, "");
     auto *action = reinterpret_cast<void (*)(const char *)>(dlsym(RTLD_DEFAULT, name.c_str()));
+    int type = 0;
     errno = EBUSY;
+    pthread_setcanceltype(PTHREAD_CANCEL_ASYNCHRONOUS, nullptr);
     action(text != nullptr ? text : "");
-    if (errno != EBUSY) printf("errno %d ", errno);
+    pthread_setcanceltype(PTHREAD_CANCEL_DEFERRED, &type);
+    if (errno != EBUSY || type != PTHREAD_CANCEL_ASYNCHRONOUS) printf("errno %d ", errno);
     fflush(stdout);
   }
 }
