@@ -179,9 +179,6 @@ void do_child(const char *) {
   if (fork() > 0) wait(nullptr);
 }
 
-// The window of the messages' limit began long ago.
-void do_later(const char *) { limit.words[2] = limit.words[3] = 0; }
-
 // Messages of a severity, of four threads, 25 each or as many as follow it, and trace lines of 500
 // letters.
 void do_flood(const char *severity) {
