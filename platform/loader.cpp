@@ -41,21 +41,22 @@ const char *base_name(const char *path) {
   return slash != nullptr ? slash + 1 : path;
 }
 
-// Reads one entry of a loaded object's dynamic section; 0 if it has none.
-ElfW(Addr) dynamic_value(const link_map *object, ElfW(Sxword) tag) {
-  for (const ElfW(Dyn) *entry = object->l_ld; entry->d_tag != DT_NULL; ++entry) {
-    if (entry->d_tag == tag) return entry->d_un.d_ptr;
-  }
-  return 0;
+// Returns where the strings of a loaded object's dynamic section are: the loader may have relocated
+// their address already.
+const char *dynamic_strings(const link_map *object) {
+  const ElfW(Dyn) *entry = object->l_ld;
+  while (entry->d_tag != DT_STRTAB) ++entry;
+  ElfW(Addr) strings = entry->d_un.d_ptr;
+  if (strings < object->l_addr) strings += object->l_addr;
+  return reinterpret_cast<const char *>(strings);
 }
 
 // Returns the later, in load order, of `last` and the objects that `object` needs.
 const link_map *last_needed(const link_map *program, const link_map *object, const link_map *last) {
-  ElfW(Addr) strings = dynamic_value(object, DT_STRTAB);
-  if (strings < object->l_addr) strings += object->l_addr;
+  const char *strings = dynamic_strings(object);
   for (const ElfW(Dyn) *entry = object->l_ld; entry->d_tag != DT_NULL; ++entry) {
     if (entry->d_tag != DT_NEEDED) continue;
-    const char *name = base_name(reinterpret_cast<const char *>(strings + entry->d_un.d_val));
+    const char *name = base_name(strings + entry->d_un.d_val);
     bool behind_last = false;
     for (const link_map *other = program; other != nullptr; other = other->l_next) {
       if (strcmp(base_name(other->l_name), name) == 0) {

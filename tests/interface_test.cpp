@@ -254,7 +254,10 @@ TEST(Interface, AssertionsTellOfDamagedRecords) {
                   kAssertions, {true});
   damaged.category = 1;
   const std::vector<Rejection> counts = {
-      {CALL(damaged.num_registered = 10, tty_db_tty_register(db, 1, 6, sizeof(Entry), &w.tty)),
+      {CALL(damaged.first_tty = 6, tty_db_block_details_from_tty(db, 1, 5, &w.details)),
+       "tty_id >= block->details.first_tty|", "OK"},
+      {CALL(damaged.first_tty = 0, damaged.num_registered = 10,
+            tty_db_tty_register(db, 1, 6, sizeof(Entry), &w.tty)),
        "block->details.num_registered < block->details.capacity|", "OK"},
       {CALL(damaged.num_registered = db.get()->num_ttys = 1, tty_db_tty_deregister(db, 1, 6)), "",
        "OK"},

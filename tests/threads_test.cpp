@@ -69,12 +69,8 @@ void hammer(uint32_t options) {
   const auto walker = [&] {
     for (int i = 0; i < kRounds / 10; ++i) ASSERT_GE(db.lines().size(), kLines);
   };
-  std::vector<std::thread> threads;
-  threads.emplace_back(user, 1);
-  threads.emplace_back(user, 2);
-  threads.emplace_back(writer, 100);
-  threads.emplace_back(writer, 149);
-  threads.emplace_back(walker);
+  std::thread threads[] = {std::thread(user, 1), std::thread(user, 2), std::thread(writer, 100),
+                           std::thread(writer, 149), std::thread(walker)};
   for (std::thread &thread : threads) thread.join();
 
   uint64_t sum = 0;
@@ -121,11 +117,9 @@ TEST(Threads, AWriterGivesUpAfterTenTriesAndAReaderDoesNot) {
 TEST(Threads, WhateverDeregistersAnEntryWaitsForItsHolder) {
   using Step = std::function<uint32_t(tty_db_type *, tty_db_block_type *)>;
   const Step steps[] = {
-      [](tty_db_type *db, tty_db_block_type *) { return tty_db_tty_deregister(db, 0, 3); },
-      [](tty_db_type *db, tty_db_block_type *block) { return tty_db_block_release(db, block, 0); },
-      [](tty_db_type *db, tty_db_block_type *block) {
-        return tty_db_block_resize(db, block, 4, 10, 0);
-      },
+      [](auto *db, auto *) { return tty_db_tty_deregister(db, 0, 3); },
+      [](auto *db, auto *block) { return tty_db_block_release(db, block, 0); },
+      [](auto *db, auto *block) { return tty_db_block_resize(db, block, 4, 10, 0); },
   };
   for (const Step &step : steps) {
     Database db(kLock);

@@ -85,10 +85,8 @@ void automatic_blocks(Handles &w) {
 TEST(Trace, EveryTracePointOnce) {
   Handles w;
   host::clear();
-  for (const void *output : {static_cast<void *>(&w.db), static_cast<void *>(&w.tty),
-                             static_cast<void *>(&w.block), static_cast<void *>(&w.iterator)}) {
-    host::name(output, "&out");
-  }
+  const void *const outputs[] = {&w.db, &w.tty, &w.block, &w.iterator};
+  for (const void *output : outputs) host::name(output, "&out");
   host::trace_once(true);
   host::trace(true);
   manual_blocks(w);

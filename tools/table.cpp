@@ -90,7 +90,7 @@ Table::Line Table::add(const Cells& cells, Line parent) {
 }
 
 std::string Table::text() const {
-  if (columns_.empty()) return "";  // which libsmartcols refuses
+  if (columns_.empty()) return "";  // libsmartcols refuses a table without columns
   char* text = nullptr;
   if (scols_print_table_to_string(table_.get(), &text) != 0) throw std::bad_alloc();
   const std::unique_ptr<char, void (*)(void*)> owned(text, &std::free);

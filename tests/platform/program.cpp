@@ -68,6 +68,13 @@ void use_services() {
   ptd_unset_mutex_block();
 }
 
+void set_limit(__rlimit_resource resource, bool most) {
+  rlimit both;
+  getrlimit(resource, &both);
+  both.rlim_cur = most ? both.rlim_max : 0;
+  setrlimit(resource, &both);
+}
+
 void *use_until_cancelled(void *) {
 #if !defined(__SANITIZE_THREAD__) && !defined(__SANITIZE_ADDRESS__)  // which do not bear it
   if (db == nullptr) pthread_setcanceltype(PTHREAD_CANCEL_ASYNCHRONOUS, nullptr);
@@ -90,6 +97,9 @@ void do_open(const char *) { library = dlopen(LIBRARY, RTLD_NOW); }
 void do_open_apart(const char *) { library = dlmopen(LM_ID_NEWLM, LIBRARY, RTLD_NOW); }
 void do_load(const char *file) { dlopen(file, RTLD_NOW); }
 void do_close(const char *) { dlclose(library); }
+void do_close_at_exit(const char *) {
+  atexit([] { do_close(""); });
+}
 void do_reopen(const char *) {
   for (int i = 0; i < PTHREAD_KEYS_MAX; ++i) {
     do_open("");
@@ -148,17 +158,18 @@ void do_block(const char *number) {
   sigprocmask(SIG_BLOCK, &signals, nullptr);
   ::raise(atoi(number));
 }
-void do_waiting(const char *) {
-  sigset_t signals;
-  sigpending(&signals);
+void do_blocked(const char *) {
+  sigset_t blocked, pending;
+  sigprocmask(SIG_BLOCK, nullptr, &blocked);
+  sigpending(&pending);
   for (int number = 1; number < NSIG; ++number)
-    if (sigismember(&signals, number) == 1) printf("%d ", number);
+    if (sigismember(&blocked, number) == 1)
+      printf("%d%s ", number, sigismember(&pending, number) == 1 ? ":pending" : "");
 }
 
 // Takes all the memory that there is.
 void do_exhaust(const char *) {
-  const rlimit limit = {0, RLIM_INFINITY};
-  setrlimit(RLIMIT_AS, &limit);
+  set_limit(RLIMIT_AS, false);
   void *volatile taken = nullptr;  // so that the compiler does not leave it out
   for (size_t size = 1 << 20; size > 0; size /= 2) {
     do taken = malloc(size);
@@ -167,12 +178,7 @@ void do_exhaust(const char *) {
 }
 
 // Lets files grow again.
-void do_room(const char *) {
-  rlimit limit;
-  getrlimit(RLIMIT_FSIZE, &limit);
-  limit.rlim_cur = limit.rlim_max;
-  setrlimit(RLIMIT_FSIZE, &limit);
-}
+void do_room(const char *) { set_limit(RLIMIT_FSIZE, true); }
 
 // What follows is done by a child, and when that has ended, by this process.
 void do_child(const char *) {
@@ -243,7 +249,7 @@ void do_cancel(const char *) {
 }
 
 int main(int /*argc*/, char **argv) {
-  while (*++argv != nullptr) {
+  while (*++argv != nullptr) {  // services leave errno and the type of cancellation alone
     const std::string name = std::string("do_") + strtok(*argv, "=");
     const char *text = strtok(nullptr, "");
     auto *action = reinterpret_cast<void (*)(const char *)>(dlsym(RTLD_DEFAULT, name.c_str()));
@@ -252,7 +258,8 @@ int main(int /*argc*/, char **argv) {
     pthread_setcanceltype(PTHREAD_CANCEL_ASYNCHRONOUS, nullptr);
     action(text != nullptr ? text : "");
     pthread_setcanceltype(PTHREAD_CANCEL_DEFERRED, &type);
-    if (errno != EBUSY || type != PTHREAD_CANCEL_ASYNCHRONOUS) printf("errno %d ", errno);
+    if (type != PTHREAD_CANCEL_ASYNCHRONOUS) printf("cancel type %d ", type);
+    if (errno != EBUSY) printf("errno %d ", errno);
     fflush(stdout);
   }
 }

@@ -50,7 +50,7 @@ struct Records {
   int assertions = 0;
   bool trace_sound = true;
   bool trace_once = false;
-  std::set<std::string> traced;  // the trace points, where only their first lines are recorded
+  std::set<std::pair<std::string, std::string>> traced;  // routines and formats, for trace_once
 };
 
 thread_local std::vector<std::string> routines;  // that have entered and not left
@@ -182,15 +182,13 @@ void tty_trace(tty_trace_category *category, int level, int flags, uintptr_t reg
   const bool sound = level == 5 && flags == 0 && registration == kRegistration && line > 0 &&
                      (kind != 2 || leaves(routine, text));
   if (kind == 1) routines.emplace_back(routine);
-  const std::string point =
-      std::string(category->name) + (kind == 1 ? " > " : " . ") + routine + ": ";
   {
     const Guard guard(records().lock);
     records().trace_sound = records().trace_sound && sound;
     if (kind == 2) return;
-    if (records().trace_once && !records().traced.insert(point + format).second) return;
+    if (records().trace_once && !records().traced.insert({routine, format}).second) return;
   }
-  record(point + text);
+  record(std::string(category->name) + (kind == 1 ? " > " : " . ") + routine + ": " + text);
 }
 
 void tty_ltrace_assert(const char *routine, int, const char *expression) {
@@ -321,9 +319,6 @@ const char *__tsan_default_options() {
 void *__real_calloc(size_t count, size_t size);
 char *__real_strdup(const char *text);
 void __real_free(void *pointer);
-void *__wrap_calloc(size_t count, size_t size);
-char *__wrap_strdup(const char *text);
-void __wrap_free(void *pointer);
 
 void *__wrap_calloc(size_t count, size_t size) {
   return fails("calloc") ? nullptr : track(__real_calloc(count, size), count * size);
@@ -349,7 +344,6 @@ void __wrap_free(void *pointer) {
 
 #define WRAP(function, parameters, arguments) \
   int __real_##function parameters;           \
-  int __wrap_##function parameters;           \
   int __wrap_##function parameters {          \
     if (fails(#function)) return fault.error; \
     return __real_##function arguments;       \
@@ -379,7 +373,6 @@ WRAP(pthread_mutex_unlock, (pthread_mutex_t * lock), (lock))
 WRAP(pthread_mutex_destroy, (pthread_mutex_t * lock), (lock))
 WRAP(clock_gettime, (clockid_t clock, timespec *when), (clock, when))
 int __real_usleep(useconds_t duration);
-int __wrap_usleep(useconds_t duration);
 int __wrap_usleep(useconds_t duration) {  // a pause of another length is none
   return duration != 20000 || fails("usleep") ? -1 : __real_usleep(duration);
 }
