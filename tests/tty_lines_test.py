@@ -191,6 +191,7 @@ class TtyLines(unittest.TestCase):
                 '--watch=nan': "bad number of seconds: 'nan'", '--watch=1s': "bad number of seconds: '1s'"}.items():
             message += "\nTry 'tty-lines --help' for more information.\n"
             self.assertEqual(run(argument), (2, '', 'tty-lines: ' + message))
+        self.assertEqual([run(option)[1].split()[0] for option in ('-h', '-V')], ['Usage:', 'tty-lines'])
         self.assertEqual(run(*self.roots, '--dev=x'), (1, '', 'tty-lines: x/pts: No such file or directory\n'))
         message = 'tty-lines: standard output: '
         self.assertEqual(run(preexec_fn=lambda: os.close(1)), (1, '', message + 'Bad file descriptor\n'))
