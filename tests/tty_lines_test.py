@@ -229,13 +229,13 @@ class TtyLines(unittest.TestCase):
         self.make({'/new/dev': '4:65', 'ttyS0/dev': '4:64'})
         status, out, errors = run(*self.roots, preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (4, 4)))
         self.assertEqual((status, out, errors.endswith(': Too many open files\n')), (1, '', True))
-        tool, _ = watch('0.02', *self.roots, stderr=subprocess.PIPE)
+        tool, _ = watch('0.02', *self.roots, '-oname', stderr=subprocess.PIPE)
         resource.prlimit(tool.pid, resource.RLIMIT_NOFILE, (3, 64))
         self.assertIn(b'Too many open files', tool.stderr.readline())
         time.sleep(0.2)  # and does not say it again
         os.rename(f'{self.root}/new', self.lines + 'ttyS1')
         resource.prlimit(tool.pid, resource.RLIMIT_NOFILE, (64, 64))
-        self.assertEqual([event['name'] for event in next(tool.documents)['events']], ['ttyS1'])
+        self.assertEqual(next(tool.documents)['events'], [{'event': '+', 'name': 'ttyS1'}])
         tool.stdout.close()  # the reader goes
         self.assertEqual((tool.wait(), tool.stderr.read()), (0, b''))
 
