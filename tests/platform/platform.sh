@@ -107,7 +107,8 @@ check_files() {
   for delay in 1 6; do
     exec 8<>pipe
     { sleep "$delay"; cat; } <pipe >got 8>&- &
-    run platform TTY_TRACE_FILE=pipe "start flood=4 flood=4 flood=4 nap=$((delay - 1)) child trace=x trace=y" >/dev/null
+    run platform TTY_TRACE_FILE=pipe "start $([[ $delay == 6 ]] || echo tick) flood=4 flood=4 flood=4 nap=$((delay - 1))
+      child trace=x trace=y" >/dev/null
     exec 8>&-
     wait
     same "pipe $delay" "304 $((delay / 6)) $((delay / 6))" "$(awk '/100%/ { ++lines }
