@@ -100,8 +100,8 @@ class TtyLines(unittest.TestCase):
         tree = [*self.roots, '-nk', 'usb', '--by-driver', '-o']
         self.assertEqual(run(*tree, 'name,category,first,size,registered')[1].split(),
                          'usb serial 2 0 2 2 ├─ttyUSB0 2 └─ttyUSB1 2'.split())
-        self.assertEqual(''.join(run(*tree, 'TAG,SIZE', '-J')[1].split()), '{"blocks":[{"tag":"usbserial","size":2,'
-                         '"children":[{"tag":null,"size":null},{"tag":null,"size":null}]}]}')
+        self.assertEqual(''.join(run(*tree, 'NAME,TAG', '-J')[1].split()), '{"blocks":[{"name":null,"tag":"usbserial",'
+                         '"children":[{"name":"ttyUSB0","tag":null},{"name":"ttyUSB1","tag":null}]}]}')
 
         block = json.loads(run(*self.roots, '-J', '--by-driver', '-kserial')[1])['blocks'][0]
         numbers = [' '.join(column for column, value in row.items() if isinstance(value, int))

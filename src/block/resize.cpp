@@ -23,7 +23,8 @@ struct IdRange {
   uint32_t first;
   uint32_t end;
   bool empty() const { return first >= end; }
-  uint32_t size() const { return empty() ? 0 : end - first; }
+  // Of a range that is not empty.
+  uint32_t size() const { return end - first; }
   uint32_t last() const { return end - 1; }
 };
 
@@ -98,15 +99,14 @@ void deregister_dropped(tty_db_speaker op, tty_db_type *db_h, tty_db_block_type 
 }
 
 // Moves the entries of the ids that stay to their slots in `new_array`, and leaves NULL in its
-// others.  `new_array` is zero-filled, or the block's own.
+// others.  `new_array` is zero-filled, or the block's own, whose entries are those that stay.
 void carry_entries(const tty_db_block_type *block, IdRange wanted, tty_db_tty_type **new_array) {
   const IdRange carried = kept(current_range(block), wanted);
-  const uint32_t front = carried.empty() ? 0 : carried.first - wanted.first;
+  if (carried.empty()) return;
+  const uint32_t front = carried.first - wanted.first;
   const uint32_t back = front + carried.size();
-  if (!carried.empty()) {
-    memmove(&new_array[front], &block->ttys[carried.first - block->details.first_tty],
-            carried.size() * sizeof(*new_array));
-  }
+  memmove(&new_array[front], &block->ttys[carried.first - block->details.first_tty],
+          carried.size() * sizeof(*new_array));
   if (new_array != block->ttys) return;
   memset(new_array, 0, front * sizeof(*new_array));
   memset(&new_array[back], 0, (wanted.size() - back) * sizeof(*new_array));

@@ -209,6 +209,7 @@ int qerr_register_dll(uint32_t component, const char *path) {
 // Knows all codes but one.
 const char *qerr_strerror(uint32_t code) {
   static const char text[] = "text";
+  if (*trace_switch == 0) abort();  // texts are for the trace alone
   return code == TTY_DB_ERR_NO_MORE ? nullptr : text;
 }
 
