@@ -12,6 +12,7 @@
 #include <stdarg.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/single_threaded.h>
 #include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
@@ -30,8 +31,7 @@ struct Client {
   Client *next;
 };
 
-// Guards what follows, and the C library's own lock inside localtime_r, which a child of fork would
-// find taken.
+// Guards what follows.
 pthread_mutex_t trace_lock = PTHREAD_MUTEX_INITIALIZER;
 
 // What is the stand-in's to free: a host may bring one of tty_debug_initialize and
@@ -46,7 +46,21 @@ struct Output {
 } output = {-1, {}};
 unsigned num_lost = 0;  // lines, since the latest that has been written
 
-// The functions of the output REQUIRE the lock.
+// The time zone is asked for under a lock of the C library's, at any time and by any thread: inside
+// syslog(3) too.  A child of a process with several threads may find it taken for ever, and goes on
+// with the offset that its parent had.
+long utc_offset = 0;  // seconds, as last asked for
+bool several_threads_fork = false;
+bool may_ask_for_zone = true;
+
+// What follows REQUIRES the lock.
+void ask_for_zone(time_t now) {
+  if (!may_ask_for_zone) return;
+  tm local;
+  localtime_r(&now, &local);
+  utc_offset = local.tm_gmtoff;
+}
+
 void open_output() {
   output.fd = STDERR_FILENO;
   const char *path = secure_getenv("TTY_TRACE_FILE");
@@ -175,10 +189,21 @@ void put_words(Line &line, const char *format, va_list args) {
   }
 }
 
-// What a child of fork inherits has not been lost by it.
-void forget_lost() { num_lost = 0; }
+void before_fork() {
+  const Lock lock(trace_lock);
+  several_threads_fork = __libc_single_threaded == 0;
+  if (several_threads_fork) ask_for_zone(time(nullptr));
+}
 
-__attribute__((constructor)) void prepare() { survive_fork<trace_lock, forget_lost>(); }
+void begin_child() {
+  num_lost = 0;  // what has been lost is the parent's
+  if (several_threads_fork) may_ask_for_zone = false;
+}
+
+__attribute__((constructor)) void prepare() {
+  survive_fork<trace_lock, begin_child>();
+  pthread_atfork(before_fork, nullptr, nullptr);  // runs first, and so can take the lock
+}
 
 // A host's own tty_debug_cleanup leaves the file open.
 __attribute__((destructor)) void unprepare() {
@@ -230,20 +255,21 @@ void tty_trace(tty_trace_category *category, int /*level*/, int /*flags*/,
   const ServiceCall call;
   timespec now;
   clock_gettime(CLOCK_REALTIME, &now);
-  tm local;
+  time_t local = 0;
   int fd = -1;
   bool lost = false;
   {
     const Lock lock(trace_lock);
-    localtime_r(&now.tv_sec, &local);
+    ask_for_zone(now.tv_sec);
+    local = now.tv_sec + utc_offset;
     if (!has_output()) open_output();
     fd = output.fd;
     lost = num_lost != 0;
   }
   Line line;
-  line.print("%02d:%02d:%02d.%06ld %d %s/%s %s:%d ", local.tm_hour, local.tm_min, local.tm_sec,
-             now.tv_nsec / 1000, static_cast<int>(gettid()), category->client, category->name,
-             routine, line_number);
+  line.print("%02ld:%02ld:%02ld.%06ld %d %s/%s %s:%d ", local / 3600 % 24, local / 60 % 60,
+             local % 60, now.tv_nsec / 1000, static_cast<int>(gettid()), category->client,
+             category->name, routine, line_number);
   va_list args;
   va_start(args, format);
   put_words(line, format, args);

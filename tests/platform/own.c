@@ -1,6 +1,7 @@
 /* One SERVICE of a host's own, to be loaded ahead of the stand-in. */
 
 #include <stdio.h>
+#include <time.h>
 
 #ifdef OWN_tty_debug_initialize
 #include "tty_platform.h"
@@ -16,14 +17,24 @@ void tty_debug_initialize(const char *name, uintptr_t word, const char *const *n
 #elif defined OWN_tty_debug_cleanup
 void tty_debug_cleanup(const char *name) { fprintf(stderr, "cleanup-%s ", name); }
 #elif defined OWN_clock_gettime
-#include <time.h>
-
 /* Tenths of a second, one a call. */
 int clock_gettime(__attribute__((unused)) clockid_t clock, struct timespec *now) {
   static int tenths = 5;
   *now = (struct timespec){tenths / 10, tenths % 10 * 100000000L};
   ++tenths;
   return 0;
+}
+#elif defined OWN_localtime_r
+#include <stdlib.h>
+#include <unistd.h>
+
+/* Half past, in the first process only. */
+struct tm *localtime_r(const time_t *now, struct tm *local) {
+  static pid_t first = 0;
+  if (first == 0) first = getpid();
+  if (first != getpid()) abort();
+  gmtime_r(now, local)->tm_gmtoff = 1800;
+  return local;
 }
 #else
 long SERVICE(void) { return 0; }

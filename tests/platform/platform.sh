@@ -153,8 +153,8 @@ check_loader() {
     $'2 90 more were left out\n1 System messages: 90 more were left out\n12 a (16)\n10 b (16)' \
     '| sed "s/.*MESSAGE: //" | sort | uniq -c'
   # In a form that is not taken for a time, and left out.
-  check platform "LD_PRELOAD=${own}clock_gettime.so TTY_TRACE_FILE= TZ=UTC" 'start trace= trace=' \
-    $'0.00.00.500000\n0.00.00.600000' '| cut -c 2-15 | tr : .'
+  check platform "LD_PRELOAD=${own}clock_gettime.so:${own}localtime_r.so TTY_TRACE_FILE=" \
+    'start flood=4,0 trace= child trace=' $'0.30.00.500000\n0.30.00.600000\n0.30.00.600000' '| cut -c 2-15 | tr : .'
   check linked "LD_PRELOAD=$cleanup" exit_in_thread ''
   check linked "LD_PRELOAD=$cleanup" "load=${own}tty_trace.so exit_in_thread" ''
   check linked "LD_PRELOAD=$cleanup" 'texts open close texts' '13 13'
