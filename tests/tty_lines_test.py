@@ -11,7 +11,8 @@ MACHINE = dict(file.replace('~', ' ').replace('|', '\n').split('=') for file in 
 /proc/tty/drivers=too~4~64~few|unknown~/dev/tty~4~1-63~console|serial~/dev/ttyS~4~64-66~serial|\
 serial~/dev/ttyX~204~0-31~serial|bad~/dev/bad~188~x-511~bad|\
 usb~serial~/dev/ttyUSB~188~0-511~serial /dev/ttyS0= /dev/pts/7= tty0/dev=4:0
-tty1/dev=4:1 tty2/dev=4:2 tty0/active=tty0~tty1 /proc/91/stat=91~(x)~S~1~91~91~1026 /proc/90/stat=90~(a~(b)~c)~S~1~89~89~1026~89~0
+tty1/dev=4:1 tty2/dev=4:2 tty0/active=tty0~tty1 /proc/91/stat=91~(x)~S~1~91~91~1026
+/proc/90/stat=90~(a~(b)~c)~S~1~89~89~1026~89~0
 /proc/88/stat=88~(shell)~S~1~88~88~1026~89~0 /proc/70/stat=70~(sh)~S~1~70~70~1088~71~0 ttyS1/dev=4:65 ttyS1/type=0
 ttyS1/port=0x2F8 ttyS1/irq=3 ttyS0/dev=4:64 ttyS0/type=4 ttyS0/port=0x3F8 ttyS0/irq=4 ttyS0/iomem_base=0x0
 ttyS0/uartclk=1843200 ttyS2/dev=4:66 ttyS2/type=32 ttyS2/port=0x0 ttyS2/irq=1,2 ttyS2/iomem_base=0xFE00
