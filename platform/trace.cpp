@@ -53,7 +53,7 @@ long utc_offset = 0;  // seconds, as last asked for
 bool several_threads_fork = false;
 bool may_ask_for_zone = true;
 
-// What follows REQUIRES the lock.
+// The functions of the zone and of the output REQUIRE the lock.
 void ask_for_zone(time_t now) {
   if (!may_ask_for_zone) return;
   tm local;
@@ -190,6 +190,7 @@ void put_words(Line &line, const char *format, va_list args) {
 }
 
 void before_fork() {
+  const ServiceCall call;
   const Lock lock(trace_lock);
   several_threads_fork = __libc_single_threaded == 0;
   if (several_threads_fork) ask_for_zone(time(nullptr));
