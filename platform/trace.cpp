@@ -268,9 +268,9 @@ void tty_trace(tty_trace_category *category, int /*level*/, int /*flags*/,
     lost = num_lost != 0;
   }
   Line line;
-  line.print("%02ld:%02ld:%02ld.%06ld %d %s/%s %s:%d ", local / 3600 % 24, local / 60 % 60,
-             local % 60, now.tv_nsec / 1000, static_cast<int>(gettid()), category->client,
-             category->name, routine, line_number);
+  line.print("%02d:%02d:%02d.%06ld %d %s/%s %s:%d ", static_cast<int>(local / 3600 % 24),
+             static_cast<int>(local / 60 % 60), static_cast<int>(local % 60), now.tv_nsec / 1000,
+             static_cast<int>(gettid()), category->client, category->name, routine, line_number);
   va_list args;
   va_start(args, format);
   put_words(line, format, args);
