@@ -8,7 +8,6 @@ import gdb.printing
 
 OPTIONS = {0x1: "TTY_DB_OPT_LOCK_ENTRIES", 0x2: "TTY_DB_OPT_AUTO_BLOCKS"}
 MAX_IDS = 10001
-RECORD_BOUND = 1 << 20
 NOBODY = 0xFFFFFFFF
 HINT = "(is the debug information of this libttydb there?)"
 
@@ -125,9 +124,9 @@ def entries(block):
 
 def block_lists(database):
     """The head of each category's list."""
-    categories = database["categories"]
-    for category in range(categories.type.range()[1] + 1):
-        yield category, categories[category]["first_block"]
+    heads = database["block_lists"]
+    for category in range(heads.type.range()[1] + 1):
+        yield category, heads[category]
 
 
 def line_of_entry(database, address):
@@ -232,7 +231,7 @@ With a database, such as `db_h` or `*db_h`, say where in it the entry is registe
     def database(argument):
         try:
             database = gdb.parse_and_eval(argument)
-            database["categories"]
+            database["block_lists"]
         except gdb.error as error:
             raise gdb.GdbError("%s is no database: %s %s" % (argument, error, HINT))
         return database
@@ -246,9 +245,6 @@ With a database, such as `db_h` or `*db_h`, say where in it the entry is registe
             int(block["line"]), entry, line, attempt(lambda: mutex_holder(block["mutex"])))
 
 
-# A database's record is larger than what GDB reads of one value by default.
-if (gdb.parameter("max-value-size") or RECORD_BOUND) < RECORD_BOUND:
-    gdb.execute("set max-value-size %d" % RECORD_BOUND)
 printers = gdb.printing.RegexpCollectionPrettyPrinter("ttydb")
 printers.add_printer("database", "^tty_db_type$", DatabasePrinter)
 printers.add_printer("block", "^tty_db_block_type$", BlockPrinter)

@@ -42,7 +42,7 @@ struct Operation {
 #define UNLOCK "rwlock_unlock=dies+panic "
 
 const Operation kOperations[] = {
-    {"create", 0, "calloc=NO_MEMORY rwlock_init=LOCK_INIT+message ",
+    {"create", 0, "calloc=NO_MEMORY mmap=NO_MEMORY rwlock_init=LOCK_INIT+message ",
      [](World &w) { return tty_db_create(0, &w.made); }, [](World &) {},
      [](World &w) { tty_db_destroy(w.made); }},
 

@@ -6,7 +6,7 @@
 // searched and changed through links: a link is the list's head or a block's next_block.
 //
 // Invariants of a block in a list: it has its slots, num_registered of them are not NULL, and the
-// ids of just these are in the category's `registered` bitmap.
+// index has the same entries at its ids.
 
 #ifndef TTY_DB_BLOCK_BLOCK_H
 #define TTY_DB_BLOCK_BLOCK_H
@@ -18,7 +18,6 @@ struct tty_db_block_type {
   tty_db_block_type *next_block;      // NULL too while the block is in no list
   tty_db_block_details_type details;  // what callers see
   tty_db_tty_type **ttys;             // at least `capacity` slots; NULL: not registered
-  tty_db_block_type **link;           // the link that holds this block; NULL while none does
 };
 
 // The last id of a range that begins at an id.  In 64 bits, so that the sum cannot wrap.
@@ -26,38 +25,45 @@ inline uint64_t tty_db_last_id(uint32_t first_tty, uint32_t num_ttys) {
   return uint64_t{first_tty} + num_ttys - 1;
 }
 
+// The checks below are made by several operations, each under its own name and line.
+
 // Checks, for a public operation, that a block may have a range of ids.
-inline void tty_db_require_range(tty_db_operation &op, uint32_t first_tty, uint32_t num_ttys) {
-  TTY_DB_REQUIRE(num_ttys > 0 && tty_db_last_id(first_tty, num_ttys) <= TTY_PORT_MAX,
-                 "Invalid first TTY / number of TTYs");
+inline void tty_db_require_range(tty_db_operation &op, uint32_t first_tty, uint32_t num_ttys,
+                                 int line = __builtin_LINE()) {
+  TTY_DB_REQUIRE_AT(line, num_ttys > 0 && tty_db_last_id(first_tty, num_ttys) <= TTY_PORT_MAX,
+                    "Invalid first TTY / number of TTYs");
 }
 
-// Asserts the same, for an internal routine: a block outside the ids could not be found in its list
-// again.
-inline void tty_db_need_range(tty_db_operation &op, uint32_t first_tty, uint32_t num_ttys) {
-  tty_db_need(op, TTY_DB_HOLDS_TEXT(tty_db_last_id(first_tty, num_ttys) <= TTY_PORT_MAX,
-                                    "first_tty + num_ttys - 1 <= TTY_PORT_MAX"));
-  TTY_DB_NEED(num_ttys > 0);
+// Asserts the same, for an internal routine: a block with an id above TTY_PORT_MAX could not be
+// found in its list again.
+inline void tty_db_need_range(tty_db_operation &op, uint32_t first_tty, uint32_t num_ttys,
+                              int line = __builtin_LINE()) {
+  const bool ends_in_time = tty_db_last_id(first_tty, num_ttys) <= TTY_PORT_MAX;
+  tty_db_need(op,
+              tty_db_assert(op, ends_in_time, "first_tty + num_ttys - 1 <= TTY_PORT_MAX", line));
+  tty_db_need(op, tty_db_assert(op, num_ttys > 0, "num_ttys > 0", line));
 }
 
 // Checks the arguments that name a block of a database.
-inline void tty_db_require_block(tty_db_operation &op, const tty_db_type *db_h,
-                                 const void *block_h) {
-  TTY_DB_REQUIRE(db_h != nullptr, "NULL DB handle");
-  TTY_DB_REQUIRE(block_h != nullptr, "NULL Block handle");
+inline void tty_db_require_block(tty_db_operation &op, const tty_db_type *db_h, const void *block_h,
+                                 int line = __builtin_LINE()) {
+  TTY_DB_REQUIRE_AT(line, db_h != nullptr, "NULL DB handle");
+  TTY_DB_REQUIRE_AT(line, block_h != nullptr, "NULL Block handle");
 }
 
 // Checks the options of a public operation that may give up registered lines.
-inline void tty_db_require_block_options(tty_db_operation &op, uint32_t options) {
-  TTY_DB_REQUIRE((options & ~TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG) == 0, "Invalid block options 0x%x",
-                 options);
+inline void tty_db_require_block_options(tty_db_operation &op, uint32_t options,
+                                         int line = __builtin_LINE()) {
+  TTY_DB_REQUIRE_AT(line, (options & ~TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG) == 0,
+                    "Invalid block options 0x%x", options);
 }
 
-// Checks that the database, where it has been checked itself, leaves its blocks to the caller.
-// Needs no lock: a database's options never change.
-inline void tty_db_require_manual_blocks(tty_db_operation &op, const tty_db_type *db_h) {
+// Checks, if the arguments are good, that the caller manages the blocks of the database.  Needs no
+// lock: a database's options never change.
+inline void tty_db_require_manual_blocks(tty_db_operation &op, const tty_db_type *db_h,
+                                         int line = __builtin_LINE()) {
   if (!op.ok() || (db_h->options & TTY_DB_OPT_AUTO_BLOCKS) == 0) return;
-  TTY_DB_SAY("DB has automatic block management");
+  TTY_DB_SAY_AT(line, "DB has automatic block management");
   op.rc = TTY_DB_ERR_WRONG_MODE;
 }
 
@@ -74,8 +80,8 @@ inline uint32_t TTY_DB_TTY_ID_TO_BLOCK_INDEX(const tty_db_block_type *block, uin
 
 // Asserts, for a routine that goes to the slot of an id, that the block has one.
 inline bool tty_db_assert_slot(tty_db_speaker op, const tty_db_block_type *block, uint32_t tty_id) {
-  return TTY_DB_HOLDS(block != NULL) &&
-         TTY_DB_HOLDS(TTY_DB_TTY_ID_TO_BLOCK_INDEX(block, tty_id) < block->details.capacity);
+  return TTY_DB_ASSERT(block != NULL) &&
+         TTY_DB_ASSERT(TTY_DB_TTY_ID_TO_BLOCK_INDEX(block, tty_id) < block->details.capacity);
 }
 
 // Returns the entry that a block holds for an id, or NULL.  REQUIRES: the database lock; the id is

@@ -24,7 +24,7 @@ uint32_t tty_db_block_details_from_handle(tty_db_type *db_h, tty_db_block_type *
   tty_db_require_block(op, db_h, block_h);
   TTY_DB_REQUIRE(details != nullptr, "NULL Details pointer");
   tty_db_require_manual_blocks(op, db_h);
-  if (const tty_db_read_lock lock{op, db_h}) {
+  if (const tty_db_lock lock{op, db_h, TTY_DB_READ}) {
     TTY_DB_ASSERT(block_h != NULL);
     *details = block_h->details;
   }
@@ -40,7 +40,7 @@ uint32_t tty_db_block_details_from_tty(tty_db_type *db_h, uint32_t category, uin
   TTY_DB_REQUIRE(category <= TTY_CATEGORY_MAX, "Invalid category %d", category);
   TTY_DB_REQUIRE(tty_id <= TTY_PORT_MAX, "Invalid first TTY");
   tty_db_require_manual_blocks(op, db_h);
-  if (const tty_db_read_lock lock{op, db_h}) {
+  if (const tty_db_lock lock{op, db_h, TTY_DB_READ}) {
     tty_db_block_type *block = nullptr;
     op.rc = tty_db_block_find_block_from_tty_id(db_h, category, tty_id, &block);
     if (op.ok()) {
@@ -61,7 +61,7 @@ uint32_t tty_db_block_details_from_tag(tty_db_type *db_h, const char *tag_name,
   TTY_DB_REQUIRE(db_h != nullptr, "NULL DB handle");
   TTY_DB_REQUIRE(details != nullptr, "NULL Details pointer");
   tty_db_require_manual_blocks(op, db_h);
-  if (const tty_db_read_lock lock{op, db_h}) {
+  if (const tty_db_lock lock{op, db_h, TTY_DB_READ}) {
     tty_db_block_type *block = nullptr;
     op.rc = tty_db_block_find_block_from_tag(db_h, tag_name, &block);
     if (op.ok()) {

@@ -1,65 +1,56 @@
-// Keeping a category's index in step with its list.
+// Changes to the lists of blocks and the index over them.
 
 #include "block/index.h"
 
-#include <algorithm>
+void tty_db_index_link(tty_db_type *db, tty_db_block_type **link, tty_db_block_type *block) {
+  block->next_block = *link;
+  *link = block;
+  tty_db_category_index &index = db->index->categories[block->details.category];
+  index.block(block->details.first_tty) = block;
+  index.firsts.insert(block->details.first_tty);
+}
+
+void tty_db_index_unlink(tty_db_type *db, tty_db_block_type **link) {
+  tty_db_block_type *block = *link;
+  *link = block->next_block;
+  block->next_block = nullptr;
+  tty_db_category_index &index = db->index->categories[block->details.category];
+  index.block(block->details.first_tty) = nullptr;
+  index.firsts.erase(block->details.first_tty);
+}
 
 namespace {
 
-uint32_t bucket_of(uint32_t tty_id) { return tty_id / TTY_DB_BUCKET_SIZE; }
-
-uint32_t last_id(const tty_db_block_type *block) { return tty_db_block_end(block) - 1; }
+// Traces the counts after a change, under the line of the source of whoever made it.
+void say_counts(tty_db_speaker op, const tty_db_type *db, const tty_db_block_type *block, int line)
+    TTY_DB_REQUIRES_WRITE(db) {
+  TTY_DB_SAY_AT(line, "Block now has %lu TTYs and DB has %lu TTYs", block->details.num_registered,
+                db->num_ttys);
+}
 
 }  // namespace
 
-void tty_db_index_link(tty_db_type *db, tty_db_block_type **link, tty_db_block_type *block) {
-  tty_db_category_type *category = &db->categories[block->details.category];
-  tty_db_block_type *next = *link;
-  *link = block;
-  block->link = link;
-  block->next_block = next;
-  if (next != nullptr) {
-    next->link = &block->next_block;
-  } else {
-    category->tail = &block->next_block;
-  }
-  category->reserved.insert_range(block->details.first_tty, last_id(block));
-
-  // A block ahead of this one keeps the bucket that they share; the next one gives up the bucket
-  // that it shares.
-  uint32_t first = bucket_of(block->details.first_tty);
-  const tty_db_block_type *shared = category->buckets[first];
-  if (shared != nullptr && shared->details.first_tty < block->details.first_tty) ++first;
-  std::fill(&category->buckets[first], &category->buckets[bucket_of(last_id(block)) + 1], block);
+void tty_db_index_put_line(tty_db_speaker op, tty_db_type *db, tty_db_block_type *block,
+                           uint32_t tty_id, tty_db_tty_type *tty, int line) {
+  tty_db_set_entry_in_block(op, block, tty_id, tty);
+  tty_db_category_index &index = db->index->categories[block->details.category];
+  index.entry(tty_id) = tty;
+  index.registered.insert(tty_id);
+  ++block->details.num_registered;
+  ++db->num_ttys;
+  say_counts(op, db, block, line);
 }
 
-void tty_db_index_unlink(tty_db_type *db, tty_db_block_type *block) {
-  tty_db_category_type *category = &db->categories[block->details.category];
-  tty_db_block_type *next = block->next_block;
-  *block->link = next;
-  if (next != nullptr) {
-    next->link = block->link;
-  } else {
-    category->tail = category->first_block != nullptr ? block->link : nullptr;
+void tty_db_index_take_line(tty_db_speaker op, tty_db_type *db, tty_db_block_type *block,
+                            uint32_t tty_id, int line) {
+  tty_db_set_entry_in_block(op, block, tty_id, nullptr);
+  tty_db_category_index &index = db->index->categories[block->details.category];
+  index.entry(tty_id) = nullptr;
+  index.registered.erase(tty_id);
+  if (tty_db_assert(op, block->details.num_registered > 0, "block->details.num_registered > 0",
+                    line)) {
+    --block->details.num_registered;
   }
-  block->next_block = nullptr;
-  block->link = nullptr;
-  category->reserved.erase_range(block->details.first_tty, last_id(block));
-
-  // The next block takes over the bucket that it shares, unless one ahead of both keeps it.
-  uint32_t first = bucket_of(block->details.first_tty);
-  const uint32_t last = bucket_of(last_id(block));
-  if (category->buckets[first] != block) ++first;
-  std::fill(&category->buckets[first], &category->buckets[last + 1], nullptr);
-  const bool shares = next != nullptr && bucket_of(next->details.first_tty) == last;
-  if (first <= last && shares) category->buckets[last] = next;
-}
-
-tty_db_block_type **tty_db_index_find_link(tty_db_type *db, uint32_t category, uint32_t tty_id) {
-  tty_db_category_type *found = &db->categories[category];
-  const uint32_t reserved = found->reserved.next(tty_id);
-  if (reserved > TTY_PORT_MAX) return found->tail != nullptr ? found->tail : &found->first_block;
-  tty_db_block_type *block = found->buckets[bucket_of(reserved)];
-  while (tty_id >= tty_db_block_end(block)) block = block->next_block;
-  return block->link;
+  if (tty_db_assert(op, db->num_ttys > 0, "db_h->num_ttys > 0", line)) --db->num_ttys;
+  say_counts(op, db, block, line);
 }

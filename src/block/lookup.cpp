@@ -36,7 +36,8 @@ uint32_t tty_db_block_check_for_overlap(tty_db_type *db_h, uint32_t category, ui
   TTY_DB_NEED(db_h != NULL);
   TTY_DB_NEED(category >= TTY_CATEGORY_MIN && category <= TTY_CATEGORY_MAX);
   if (op.ok()) {
-    // No block ahead of this one reaches the range, and none that begins behind it overlaps it.
+    // No block before this one reaches the range, and none after the next could be the first to
+    // overlap it.
     const tty_db_block_type *block = *tty_db_index_find_link(db_h, category, first_tty);
     if (block == resize_block && block != nullptr) block = block->next_block;
     if (block != nullptr && block->details.first_tty < first_tty + num_ttys) {
@@ -71,7 +72,7 @@ uint32_t tty_db_block_find_lowest_block(tty_db_type *db_h, uint32_t category, ui
 
 namespace {
 
-// The search for the block that holds an id, step by step, as it is traced and asserted.
+// The search for the block that contains an id, step by step, as it is asserted and traced.
 [[gnu::cold, gnu::noinline]] uint32_t walk_to_block(tty_db_operation op, tty_db_type *db_h,
                                                     uint32_t category, uint32_t tty_id,
                                                     tty_db_block_type **block)
@@ -91,11 +92,13 @@ namespace {
   return op.exit();
 }
 
-// The same search by the index, for arguments that pass the assertions.
-uint32_t look_up_block(const tty_db_type *db_h, uint32_t category, uint32_t tty_id,
-                       tty_db_block_type **block) TTY_DB_REQUIRES_READ(db_h) {
-  *block = tty_db_index_find_block(db_h, category, tty_id);
-  return *block != nullptr ? 0 : TTY_DB_ERR_NO_BLOCK;
+// The same by the index.  Returns false, with the output as it was, if only the walk can tell.
+bool look_up_block(const tty_db_type *db_h, uint32_t category, uint32_t tty_id,
+                   tty_db_block_type **block) TTY_DB_REQUIRES_READ(db_h) {
+  if (db_h == nullptr || category > TTY_CATEGORY_MAX || block == nullptr) return false;
+  tty_db_block_type *found = tty_db_index_find_block(db_h, category, tty_id);
+  if (found != nullptr) *block = found;
+  return found != nullptr;
 }
 
 }  // namespace
@@ -104,10 +107,8 @@ uint32_t tty_db_block_find_block_from_tty_id(tty_db_type *db_h, uint32_t categor
                                              tty_db_block_type **block) {
   const tty_db_operation op(kTrace);
   tty_db_trust_locked(db_h);
-  const bool sound =
-      db_h != nullptr && category <= TTY_CATEGORY_MAX && tty_id <= TTY_PORT_MAX && block != nullptr;
-  return tty_db_tracing() || !sound ? walk_to_block(op, db_h, category, tty_id, block)
-                                    : look_up_block(db_h, category, tty_id, block);
+  if (!tty_db_tracing() && look_up_block(db_h, category, tty_id, block)) return 0;
+  return walk_to_block(op, db_h, category, tty_id, block);
 }
 
 namespace {
@@ -122,7 +123,7 @@ tty_db_block_type *first_block_with_tag(tty_db_speaker op, const tty_db_type *db
                                         const char *tag_name) TTY_DB_REQUIRES_READ(db_h) {
   for (uint32_t category = TTY_CATEGORY_MIN; category <= TTY_CATEGORY_MAX; ++category) {
     TTY_DB_SAY("Considering category %lu", category);
-    tty_db_block_type *block = db_h->categories[category].first_block;
+    tty_db_block_type *block = db_h->block_lists[category];
     for (; block != nullptr; block = block->next_block) {
       const char *tag = block->details.tag_name;
       TTY_DB_SAY("Looking at block %X with tag: %s", block, tty_db_trace_string(tag));

@@ -6,9 +6,8 @@
 
 #include "block/block.h"
 
-// Finds the link that holds the first block that does not end at or before an id: the block with
-// the id, or else the next above it, or else NULL, at the end of the list.  Returns 0, or with the
-// output NULL TTY_DB_ERR_INVALID_ARG after a failed assertion.
+// Finds the link to the first block that ends after an id: tty_db_index_find_link, traced.  Returns
+// 0, or with the output NULL TTY_DB_ERR_INVALID_ARG after a failed assertion.
 uint32_t tty_db_block_find_insertion_point(tty_db_type *db_h, uint32_t category, uint32_t tty_id,
                                            tty_db_block_type ***insertion_point)
     TTY_DB_REQUIRES_READ(db_h);

@@ -25,7 +25,7 @@ bool assert_walk(tty_db_speaker op, tty_db_type *db, uint32_t first_tty, uint32_
 }
 
 // Return the first id from `first` to `last` of a block that has a line, or one above `last`: by a
-// visit to each id, which is traced, and by the index.
+// visit to each slot, which is traced, or by the index.
 [[gnu::cold, gnu::noinline]] uint32_t walk_to_registered(tty_db_speaker op,
                                                          const tty_db_block_type *block,
                                                          uint32_t first, uint32_t last) {
@@ -38,12 +38,6 @@ uint32_t look_up_registered(const tty_db_type *db, const tty_db_block_type *bloc
   return tty_db_index_next_registered(db, block->details.category, first);
 }
 
-uint32_t next_registered(tty_db_speaker op, const tty_db_type *db, const tty_db_block_type *block,
-                         uint32_t first, uint32_t last) TTY_DB_REQUIRES_READ(db) {
-  return tty_db_tracing() ? walk_to_registered(op, block, first, last)
-                          : look_up_registered(db, block, first);
-}
-
 }  // namespace
 
 uint32_t tty_db_block_check_no_registered_ttys(tty_db_type *db, tty_db_block_type *block,
@@ -52,7 +46,10 @@ uint32_t tty_db_block_check_no_registered_ttys(tty_db_type *db, tty_db_block_typ
   TTY_DB_ENTER("DB=%X: block=%X, first=%lu, last=%lu", db, block, first_tty, last_tty);
   tty_db_need(op, assert_walk(op, db, first_tty, last_tty));
   if (op.ok()) {
-    const uint32_t tty_id = next_registered(op, db, block, first_tty, last_tty);
+    // A block of another database has no lines in this one's index.
+    const uint32_t tty_id = tty_db_tracing() || !tty_db_index_has_block(db, block)
+                                ? walk_to_registered(op, block, first_tty, last_tty)
+                                : look_up_registered(db, block, first_tty);
     if (tty_id <= last_tty) {
       TTY_DB_SAY("TTY %lu is registered", tty_id);
       op.rc = TTY_DB_ERR_TTYS_REGISTERED;
@@ -66,9 +63,11 @@ void tty_db_block_deregister_ttys(tty_db_type *db, tty_db_block_type *block, uin
   const tty_db_speaker op(kTrace);
   TTY_DB_ENTER("DB=%X: block=%X, first=%lu, last=%lu", db, block, first_tty, last_tty);
   if (assert_walk(op, db, first_tty, last_tty)) {
-    uint32_t tty_id = first_tty;
-    while ((tty_id = next_registered(op, db, block, tty_id, last_tty)) <= last_tty) {
-      tty_db_tty_deregister_internal(db, block, tty_id++);
+    for (uint32_t tty_id = first_tty;; ++tty_id) {
+      tty_id = tty_db_tracing() ? walk_to_registered(op, block, tty_id, last_tty)
+                                : look_up_registered(db, block, tty_id);
+      if (tty_id > last_tty) break;
+      tty_db_tty_deregister_internal(db, block, tty_id);
     }
   }
   op.exit();
@@ -104,7 +103,7 @@ uint32_t tty_db_block_release(tty_db_type *db_h, tty_db_block_type *block_h, uin
   tty_db_require_block(op, db_h, block_h);
   tty_db_require_block_options(op, options);
   tty_db_require_manual_blocks(op, db_h);
-  if (const tty_db_write_lock lock{op, db_h}) {
+  if (const tty_db_lock lock{op, db_h, TTY_DB_WRITE}) {
     if ((options & TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG) != 0) {
       TTY_DB_SAY("Checking for implicit TTY deregistration");
       if (block_h->details.num_registered != 0) {
@@ -123,15 +122,15 @@ namespace {
 // list.
 bool unlink_block(tty_db_speaker op, tty_db_type *db_h, tty_db_block_type *block_h)
     TTY_DB_REQUIRES_WRITE(db_h) {
-  const bool counted = TTY_DB_HOLDS(db_h->num_blocks > 0);
+  const bool counted = TTY_DB_ASSERT(db_h->num_blocks > 0);
   tty_db_block_type **insertion_point = nullptr;
   tty_db_block_find_insertion_point(db_h, block_h->details.category, block_h->details.first_tty,
                                     &insertion_point);
-  if (!TTY_DB_HOLDS(insertion_point != NULL) || !TTY_DB_HOLDS((*insertion_point) == block_h)) {
+  if (!TTY_DB_ASSERT(insertion_point != NULL) || !TTY_DB_ASSERT((*insertion_point) == block_h)) {
     return false;
   }
   if (counted) --db_h->num_blocks;
-  tty_db_index_unlink(db_h, block_h);
+  tty_db_index_unlink(db_h, insertion_point);
   return true;
 }
 
@@ -142,7 +141,7 @@ void tty_db_block_release_internal(tty_db_type *db_h, tty_db_block_type *block_h
   TTY_DB_ENTER("DB=%X: block_h=%X", db_h, block_h);
   const bool has_db = TTY_DB_ASSERT_WRITELOCKED(db_h);
   // Unlinked before its lines are deregistered: no lookup finds it any more.
-  if (TTY_DB_HOLDS(block_h != NULL) && has_db && unlink_block(op, db_h, block_h)) {
+  if (TTY_DB_ASSERT(block_h != NULL) && has_db && unlink_block(op, db_h, block_h)) {
     tty_db_block_cleanup(db_h, block_h);
   }
   op.exit();

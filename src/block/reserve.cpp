@@ -58,7 +58,7 @@ uint32_t tty_db_block_reserve(tty_db_type *db_h, uint32_t category, uint32_t fir
   TTY_DB_REQUIRE(category <= TTY_CATEGORY_MAX, "Invalid category %d", category);
   tty_db_require_range(op, first_tty, num_ttys);
   tty_db_require_manual_blocks(op, db_h);
-  if (const tty_db_write_lock lock{op, db_h}) {
+  if (const tty_db_lock lock{op, db_h, TTY_DB_WRITE}) {
     op.rc =
         tty_db_block_reserve_internal(db_h, category, first_tty, num_ttys, tag_name, ctx, block_h);
   }

@@ -18,48 +18,50 @@ namespace {
 
 constexpr tty_db_trace_category kTrace = TTY_DB_TRACE_BLOCK;
 
-// The ids from `first` up to, but not including, `end`; none where `end` is not greater.
+// The ids from `first` up to, but not including, `end`; none if `end` is not greater.
 struct IdRange {
   uint32_t first;
   uint32_t end;
   bool empty() const { return first >= end; }
-  // Of a range that is not empty.
-  uint32_t size() const { return end - first; }
-  uint32_t last() const { return end - 1; }
+  uint32_t size() const { return empty() ? 0 : end - first; }
 };
 
-IdRange current_range(const tty_db_block_type *block) {
-  return {block->details.first_tty, tty_db_block_end(block)};
+IdRange common(IdRange one, IdRange other) {
+  return {std::max(one.first, other.first), std::min(one.end, other.end)};
 }
 
-// The ids of `current` that lie below `wanted`, above it, and in it.
-IdRange dropped_below(IdRange current, IdRange wanted) {
-  return {current.first, std::min(current.end, wanted.first)};
+IdRange range_of(uint32_t first_tty, uint32_t num_ttys) {
+  return {first_tty, first_tty + num_ttys};
 }
-IdRange dropped_above(IdRange current, IdRange wanted) {
-  return {std::max(current.first, wanted.end), current.end};
+IdRange current_range(const tty_db_block_type *block) {
+  return range_of(block->details.first_tty, block->details.capacity);
 }
-IdRange kept(IdRange current, IdRange wanted) {
-  return {std::max(current.first, wanted.first), std::min(current.end, wanted.end)};
+
+// The ids of a block that a new range drops, below it and above it.
+IdRange dropped_below(const tty_db_block_type *block, IdRange wanted) {
+  return common(current_range(block), {0, wanted.first});
+}
+IdRange dropped_above(const tty_db_block_type *block, IdRange wanted) {
+  return common(current_range(block), {wanted.end, TTY_DB_NUM_IDS});
 }
 
 // Returns 0, or TTY_DB_ERR_TTYS_REGISTERED if the new range would drop a registered line.
 uint32_t check_nothing_dropped(tty_db_type *db_h, tty_db_block_type *block, IdRange wanted)
     TTY_DB_REQUIRES_WRITE(db_h) {
-  const IdRange current = current_range(block);
-  for (const IdRange dropped : {dropped_below(current, wanted), dropped_above(current, wanted)}) {
+  for (const IdRange dropped : {dropped_below(block, wanted), dropped_above(block, wanted)}) {
     if (dropped.empty()) continue;
     const uint32_t rc =
-        tty_db_block_check_no_registered_ttys(db_h, block, dropped.first, dropped.last());
+        tty_db_block_check_no_registered_ttys(db_h, block, dropped.first, dropped.end - 1);
     if (rc != 0) return rc;
   }
   return 0;
 }
 
-// Checks that the new range is free.  Returns 0, TTY_DB_ERR_OVERLAP, or TTY_DB_ERR_INVALID_ARG for
-// a block that is not in its list.
+// Checks that the new range is free, and finds the link to the block.  Returns 0,
+// TTY_DB_ERR_OVERLAP, or TTY_DB_ERR_INVALID_ARG for a block that is not in its list.
 uint32_t check_place(tty_db_speaker op, tty_db_type *db_h, tty_db_block_type *block_h,
-                     IdRange wanted) TTY_DB_REQUIRES_WRITE(db_h) {
+                     IdRange wanted, tty_db_block_type ***old_insertion_point_out)
+    TTY_DB_REQUIRES_WRITE(db_h) {
   const uint32_t category = block_h->details.category;
   const uint32_t rc =
       tty_db_block_check_for_overlap(db_h, category, wanted.first, wanted.size(), block_h);
@@ -67,8 +69,9 @@ uint32_t check_place(tty_db_speaker op, tty_db_type *db_h, tty_db_block_type *bl
   tty_db_block_type **old_insertion_point = nullptr;
   tty_db_block_find_insertion_point(db_h, category, block_h->details.first_tty,
                                     &old_insertion_point);
+  *old_insertion_point_out = old_insertion_point;
   const bool listed =
-      TTY_DB_HOLDS(old_insertion_point != NULL) && TTY_DB_HOLDS(*old_insertion_point == block_h);
+      TTY_DB_ASSERT(old_insertion_point != NULL) && TTY_DB_ASSERT(*old_insertion_point == block_h);
   return listed ? 0 : TTY_DB_ERR_INVALID_ARG;
 }
 
@@ -90,24 +93,25 @@ uint32_t get_array(tty_db_speaker op, const tty_db_block_type *block, IdRange wa
 // Deregisters the lines that the new range drops.
 void deregister_dropped(tty_db_speaker op, tty_db_type *db_h, tty_db_block_type *block_h,
                         IdRange wanted) TTY_DB_REQUIRES_WRITE(db_h) {
-  const IdRange current = current_range(block_h);
-  const IdRange below = dropped_below(current, wanted);
-  if (!below.empty()) tty_db_block_deregister_ttys(db_h, block_h, below.first, below.last());
+  const IdRange below = dropped_below(block_h, wanted);
+  if (!below.empty()) tty_db_block_deregister_ttys(db_h, block_h, below.first, below.end - 1);
   TTY_DB_ASSERT(block_h->details.capacity > 0);
-  const IdRange above = dropped_above(current, wanted);
-  if (!above.empty()) tty_db_block_deregister_ttys(db_h, block_h, above.first, above.last());
+  const IdRange above = dropped_above(block_h, wanted);
+  if (!above.empty()) tty_db_block_deregister_ttys(db_h, block_h, above.first, above.end - 1);
 }
 
-// Moves the entries of the ids that stay to their slots in `new_array`, and leaves NULL in its
-// others.  `new_array` is zero-filled, or the block's own, whose entries are those that stay.
+// Moves the entries of the ids that stay to their slots in `new_array`, which is zero-filled or the
+// block's own, and leaves NULL in its others.
 void carry_entries(const tty_db_block_type *block, IdRange wanted, tty_db_tty_type **new_array) {
-  const IdRange carried = kept(current_range(block), wanted);
-  if (carried.empty()) return;
-  const uint32_t front = carried.first - wanted.first;
-  const uint32_t back = front + carried.size();
-  memmove(&new_array[front], &block->ttys[carried.first - block->details.first_tty],
-          carried.size() * sizeof(*new_array));
+  const IdRange carried = common(current_range(block), wanted);
+  uint32_t front = 0;  // slots ahead of the carried ones
+  if (!carried.empty()) {
+    front = carried.first - wanted.first;
+    memmove(&new_array[front], &block->ttys[carried.first - block->details.first_tty],
+            carried.size() * sizeof(*new_array));
+  }
   if (new_array != block->ttys) return;
+  const uint32_t back = front + carried.size();
   memset(new_array, 0, front * sizeof(*new_array));
   memset(&new_array[back], 0, (wanted.size() - back) * sizeof(*new_array));
 }
@@ -129,11 +133,11 @@ void adopt_range(tty_db_speaker op, tty_db_block_type *block_h, IdRange wanted,
 // Takes a block out of its list, gives it the new range, and puts it back in at its new place, or,
 // without memory, at its old one.  Returns 0, or with nothing changed TTY_DB_ERR_NO_MEMORY.
 uint32_t change_range(tty_db_speaker op, tty_db_type *db_h, tty_db_block_type *block_h,
-                      IdRange wanted) TTY_DB_REQUIRES_WRITE(db_h) {
-  tty_db_block_type **old_insertion_point = block_h->link;
+                      IdRange wanted, tty_db_block_type **old_insertion_point)
+    TTY_DB_REQUIRES_WRITE(db_h) {
   tty_db_block_type **insertion_point = nullptr;
   tty_db_tty_type **new_array = nullptr;
-  tty_db_index_unlink(db_h, block_h);
+  tty_db_index_unlink(db_h, old_insertion_point);
   tty_db_block_find_insertion_point(db_h, block_h->details.category, wanted.first,
                                     &insertion_point);
   const uint32_t rc = get_array(op, block_h, wanted, &new_array);
@@ -159,9 +163,9 @@ uint32_t tty_db_block_resize(tty_db_type *db_h, tty_db_block_type *block_h, uint
   tty_db_require_range(op, first_tty, num_ttys);
   tty_db_require_block_options(op, options);
   tty_db_require_manual_blocks(op, db_h);
-  if (const tty_db_write_lock lock{op, db_h}) {
+  if (const tty_db_lock lock{op, db_h, TTY_DB_WRITE}) {
     if ((options & TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG) != 0) {
-      op.rc = check_nothing_dropped(db_h, block_h, {first_tty, first_tty + num_ttys});
+      op.rc = check_nothing_dropped(db_h, block_h, range_of(first_tty, num_ttys));
     }
     if (op.ok()) op.rc = tty_db_block_resize_internal(db_h, block_h, first_tty, num_ttys);
   }
@@ -174,12 +178,13 @@ uint32_t tty_db_block_resize_internal(tty_db_type *db_h, tty_db_block_type *bloc
   tty_db_need(op, TTY_DB_ASSERT_WRITELOCKED(db_h));
   TTY_DB_NEED(block_h != NULL);
   tty_db_need_range(op, first_tty, num_ttys);
-  if (op.ok()) {
+  if (block_h != nullptr) {
     TTY_DB_ENTER("DB=%X: block=%X, first=%d, num=%lu, old_first=%d, old_num=%d", db_h, block_h,
                  first_tty, num_ttys, block_h->details.first_tty, block_h->details.capacity);
-    const IdRange wanted = {first_tty, first_tty + num_ttys};
-    op.rc = check_place(op, db_h, block_h, wanted);
-    if (op.ok()) op.rc = change_range(op, db_h, block_h, wanted);
   }
+  const IdRange wanted = range_of(first_tty, num_ttys);
+  tty_db_block_type **old_insertion_point = nullptr;
+  if (op.ok()) op.rc = check_place(op, db_h, block_h, wanted, &old_insertion_point);
+  if (op.ok()) op.rc = change_range(op, db_h, block_h, wanted, old_insertion_point);
   return op.exit();
 }

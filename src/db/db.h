@@ -1,13 +1,13 @@
-// The database record, with its six categories.
+// The database record.
 //
 // Invariants: num_blocks is the number of blocks on the six lists, num_ttys the number of
-// registered lines, and both are 0 when the record is freed.  `options` never changes; the rest
-// changes only under the write lock.
+// registered lines, and both are 0 when the record is freed.  `options` and `index` never change;
+// the rest, and what the index holds, changes only under the write lock.
 
 #ifndef TTY_DB_DB_DB_H
 #define TTY_DB_DB_DB_H
 
-#include "db/category.h"
+#include "db/index.h"
 #include "frame/thread_safety.h"
 #include "tty_db.h"
 
@@ -16,7 +16,8 @@ struct TTY_DB_LOCKABLE tty_db_type {
   uint32_t options;
   uint32_t num_blocks TTY_DB_GUARDED;
   uint32_t num_ttys TTY_DB_GUARDED;
-  tty_db_category_type categories[TTY_CATEGORY_MAX + 1] TTY_DB_GUARDED;
+  tty_db_block_type *block_lists[TTY_CATEGORY_MAX + 1] TTY_DB_GUARDED;
+  tty_db_index_type *index TTY_DB_POINTS_TO_GUARDED;
 };
 
 #endif  // TTY_DB_DB_DB_H

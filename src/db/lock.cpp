@@ -27,15 +27,36 @@ bool tty_db_is_writelocked(tty_db_type *db) {
   return error == EDEADLK;
 }
 
+namespace {
+
+int64_t monotonic_usec() {
+  timespec now;
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return int64_t{now.tv_sec} * 1000000 + now.tv_nsec / 1000;
+}
+
+// A writer's pause.  Neither a signal nor a cancellation of the thread ends it early.
+void pause_before_retry() {
+  int cancel_state;
+  pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancel_state);
+  const int64_t end = monotonic_usec() + TTY_DB_WRITELOCK_RETRY_USEC;
+  for (int64_t left = TTY_DB_WRITELOCK_RETRY_USEC; left > 0; left = end - monotonic_usec()) {
+    if (usleep(static_cast<useconds_t>(left)) == 0) break;
+  }
+  pthread_setcancelstate(cancel_state, nullptr);
+}
+
+}  // namespace
+
 uint32_t tty_db_writelock(tty_db_speaker caller, tty_db_type *db) {
   const tty_db_speaker op(caller.category);
-  if (!TTY_DB_HOLDS(db != NULL)) return TTY_DB_ERR_INVALID_ARG;
+  if (!TTY_DB_ASSERT(db != NULL)) return TTY_DB_ERR_INVALID_ARG;
   TTY_DB_SAY("Obtaining writelock for DB %X", db);
   for (int remaining = TTY_DB_WRITELOCK_ATTEMPTS; remaining > 0; --remaining) {
     const int error = tty_db_rwlock_trywrlock(&db->rwlock);
     if (error == 0) return 0;
     if (error != EBUSY) break;
-    usleep(TTY_DB_WRITELOCK_RETRY_USEC);
+    pause_before_retry();
   }
   return TTY_DB_ERR_LOCK_FAILED;
 }

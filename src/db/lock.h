@@ -29,7 +29,7 @@ uint32_t tty_db_writelock(tty_db_speaker caller, tty_db_type *db);
 // TTY_DB_ERR_INVALID_ARG.
 inline uint32_t tty_db_readlock(tty_db_speaker caller, tty_db_type *db) {
   const tty_db_speaker op(caller.category);
-  if (!TTY_DB_HOLDS(db != NULL)) return TTY_DB_ERR_INVALID_ARG;
+  if (!TTY_DB_ASSERT(db != NULL)) return TTY_DB_ERR_INVALID_ARG;
   TTY_DB_SAY("Obtaining readlock for DB %X", db);
   const int error = pthread_rwlock_rdlock(&db->rwlock);
   if (__builtin_expect(error != 0, 0)) {
@@ -42,71 +42,62 @@ inline uint32_t tty_db_readlock(tty_db_speaker caller, tty_db_type *db) {
 // Releases the lock, whichever way it was taken, or ends the process.
 inline void tty_db_unlock(tty_db_speaker caller, tty_db_type *db) {
   const tty_db_speaker op(caller.category);
-  if (!TTY_DB_HOLDS(db != NULL)) return;
+  if (!TTY_DB_ASSERT(db != NULL)) return;
   TTY_DB_SAY("Unlocking Database");
   const int error = pthread_rwlock_unlock(&db->rwlock);
   if (__builtin_expect(error != 0, 0)) tty_db_fatal_error(op, "Release DB read/write lock", error);
 }
 
+// The two ways to take the lock.
+constexpr struct tty_db_read_way {
+} TTY_DB_READ;
+constexpr struct tty_db_write_way {
+} TTY_DB_WRITE;
+
 // An operation's hold of the lock, up to the end of the scope:
 //
-//   if (const tty_db_read_lock lock{op, db_h}) { ... }
+//   if (const tty_db_lock lock{op, db_h, TTY_DB_READ}) { ... }
 //
 // The lock is taken only if nothing has failed so far, and a failure to take it becomes the result.
-class TTY_DB_SCOPED_LOCK tty_db_read_lock {
+class TTY_DB_SCOPED_LOCK tty_db_lock {
  public:
-  tty_db_read_lock(tty_db_operation &op, tty_db_type *db) TTY_DB_ACQUIRES_READ(db)
-      : op_(op), db_(db) {
-    if (op.ok()) op.rc = tty_db_readlock(op, db);
-    held_ = op.ok();
-  }
-  ~tty_db_read_lock() TTY_DB_RELEASES {
+  tty_db_lock(tty_db_operation &op, tty_db_type *db, tty_db_read_way /*way*/)
+      TTY_DB_ACQUIRES_READ(db)
+      : tty_db_lock(op, db, op.ok() ? tty_db_readlock(op, db) : op.rc) {}
+  tty_db_lock(tty_db_operation &op, tty_db_type *db, tty_db_write_way /*way*/)
+      TTY_DB_ACQUIRES_WRITE(db)
+      : tty_db_lock(op, db, op.ok() ? tty_db_writelock(op, db) : op.rc) {}
+  ~tty_db_lock() TTY_DB_RELEASES {
     if (held_) tty_db_unlock(op_, db_);
   }
-  tty_db_read_lock(const tty_db_read_lock &) = delete;
-  tty_db_read_lock &operator=(const tty_db_read_lock &) = delete;
+  tty_db_lock(const tty_db_lock &) = delete;
+  tty_db_lock &operator=(const tty_db_lock &) = delete;
   explicit operator bool() const { return held_; }
 
  private:
+  tty_db_lock(tty_db_operation &op, tty_db_type *db, uint32_t rc)
+      : op_(op), db_(db), held_(rc == 0) {
+    op.rc = rc;
+  }
+
   const tty_db_speaker op_;
   tty_db_type *const db_;
-  bool held_;
+  const bool held_;
 };
 
-class TTY_DB_SCOPED_LOCK tty_db_write_lock {
- public:
-  tty_db_write_lock(tty_db_operation &op, tty_db_type *db) TTY_DB_ACQUIRES_WRITE(db)
-      : op_(op), db_(db) {
-    if (op.ok()) op.rc = tty_db_writelock(op, db);
-    held_ = op.ok();
-  }
-  ~tty_db_write_lock() TTY_DB_RELEASES {
-    if (held_) tty_db_unlock(op_, db_);
-  }
-  tty_db_write_lock(const tty_db_write_lock &) = delete;
-  tty_db_write_lock &operator=(const tty_db_write_lock &) = delete;
-  explicit operator bool() const { return held_; }
-
- private:
-  const tty_db_speaker op_;
-  tty_db_type *const db_;
-  bool held_;
-};
-
-// Says whether the calling thread holds the write lock.  Leaves the lock as it was.
+// Returns whether the calling thread holds the write lock.  Leaves the lock as it was.
 bool tty_db_is_writelocked(tty_db_type *db) TTY_DB_ASSERTS_WRITE(db);
 
 // Asserts that the argument names a database whose write lock the calling thread holds.  Yields
 // whether it names a database.
-#define TTY_DB_ASSERT_WRITELOCKED(db)                           \
-  tty_db_assert_writelocked(op, (db), __LINE__, #db " != NULL", \
-                            "pthread_rwlock_trywrlock(&" #db "->rwlock) == EDEADLK")
+#define TTY_DB_ASSERT_WRITELOCKED(db)                 \
+  tty_db_assert_writelocked(op, (db), #db " != NULL", \
+                            "pthread_rwlock_trywrlock(&" #db "->rwlock) == EDEADLK", __LINE__)
 
-inline bool tty_db_assert_writelocked(tty_db_speaker op, tty_db_type *db, int line,
-                                      const char *exists, const char *locked)
-    TTY_DB_ASSERTS_WRITE(db) {
-  if (!tty_db_holds(op, db != nullptr, line, exists)) return false;
-  tty_db_holds(op, tty_db_is_writelocked(db), line, locked);
+inline bool tty_db_assert_writelocked(tty_db_speaker op, tty_db_type *db, const char *exists,
+                                      const char *locked, int line) TTY_DB_ASSERTS_WRITE(db) {
+  if (!tty_db_assert(op, db != nullptr, exists, line)) return false;
+  tty_db_assert(op, tty_db_is_writelocked(db), locked, line);
   return true;
 }
 

@@ -6,10 +6,19 @@
 // name gets the speaker by value, as `op` too, so that steps move between the two without a change
 // in what is traced.  Each file names its category once, as kTrace.
 //
-// Assertions are checks of the library's own invariants and of what its internal routines require.
-// They are part of every build type.  The report of a failed one may return; then the routine goes
-// on, or leaves where that would touch memory that the assertion has just shown to be wrong.  The
-// expressions say NULL, since their texts are what is reported.
+// A routine checks in three ways:
+//
+//   word            what                                  if it does not hold
+//   TTY_DB_REQUIRE  an argument of a public operation     traces a line, TTY_DB_ERR_INVALID_ARG
+//   TTY_DB_ASSERT   an invariant of the library           reports it, and yields false
+//   TTY_DB_NEED     what an internal routine relies on    reports it, TTY_DB_ERR_INVALID_ARG
+//
+// Assertions (the last two) are in every build type, and evaluate their expression exactly once.
+// The report may return.  Then a routine goes on, unless it would touch memory that the assertion
+// has just shown to be wrong.  The expressions say NULL, since their texts are what is reported.
+//
+// A helper that several files share takes its caller's line of the source, and hands it to the
+// words that end in _AT: a line and its routine are of one file.
 
 #ifndef TTY_DB_FRAME_OPERATION_H
 #define TTY_DB_FRAME_OPERATION_H
@@ -56,52 +65,40 @@ struct tty_db_operation : tty_db_speaker {
   TTY_DB_TRACE_IF(op.category, TTY_DB_TRACE_ENTRY, op.routine, "Entering .." __VA_ARGS__)
 
 // Traces a line inside a routine.
-#define TTY_DB_SAY(...) TTY_DB_TRACE_IF(op.category, TTY_DB_TRACE_LINE, op.routine, __VA_ARGS__)
+#define TTY_DB_SAY(...) TTY_DB_SAY_AT(__LINE__, __VA_ARGS__)
+#define TTY_DB_SAY_AT(line, ...) \
+  TTY_DB_TRACE_IF_AT(op.category, TTY_DB_TRACE_LINE, op.routine, line, __VA_ARGS__)
 
 // Checks an argument of a public operation: TTY_DB_REQUIRE(condition, format, arguments...) traces
-// the line and makes the result TTY_DB_ERR_INVALID_ARG where the condition does not hold.
-#define TTY_DB_REQUIRE(condition, ...)                   \
-  do {                                                   \
-    TTY_DB_CHECK_FORMAT(__VA_ARGS__);                    \
-    if (__builtin_expect(!(condition), 0)) {             \
-      tty_db_trace_rejection(op, __LINE__, __VA_ARGS__); \
-      op.rc = TTY_DB_ERR_INVALID_ARG;                    \
-    }                                                    \
+// the line and makes the result TTY_DB_ERR_INVALID_ARG if the condition does not hold.
+#define TTY_DB_REQUIRE(condition, ...) TTY_DB_REQUIRE_AT(__LINE__, condition, __VA_ARGS__)
+#define TTY_DB_REQUIRE_AT(line, condition, ...) \
+  do {                                          \
+    if (__builtin_expect(!(condition), 0)) {    \
+      TTY_DB_SAY_AT(line, __VA_ARGS__);         \
+      op.rc = TTY_DB_ERR_INVALID_ARG;           \
+    }                                           \
   } while (false)
 
-template <typename... Args>
-[[gnu::cold, gnu::noinline]] void tty_db_trace_rejection(tty_db_speaker op, int line,
-                                                         const char *format, Args... args) {
-  if (tty_db_trace_on(op.category)) {
-    tty_db_trace_line(op.category, TTY_DB_TRACE_LINE, op.routine, line, format, args...);
+// Asserts an expression, and yields whether it holds.
+#define TTY_DB_ASSERT(expression) TTY_DB_ASSERT_TEXT((expression), #expression)
+
+// The same, for a condition that is reported under another text.
+#define TTY_DB_ASSERT_TEXT(condition, text) tty_db_assert(op, (condition), text, __LINE__)
+
+inline bool tty_db_assert(tty_db_speaker op, bool condition, const char *text, int line) {
+  if (__builtin_expect(!condition, 0)) {
+    tty_ltrace_assert(op.routine, line, text);
+#ifdef __clang_analyzer__
+    __builtin_trap();
+#endif
   }
-}
-
-// Asserts an expression, evaluated exactly once, and yields whether it holds, for a routine that
-// goes on only then.
-#define TTY_DB_HOLDS(expression) TTY_DB_HOLDS_TEXT((expression), #expression)
-
-// The same, for a condition that is reported under the given text.
-#define TTY_DB_HOLDS_TEXT(condition, text) tty_db_holds(op, (condition), __LINE__, (text))
-
-inline bool tty_db_holds(tty_db_speaker op, bool condition, int line, const char *expression) {
-  if (__builtin_expect(!condition, 0)) tty_ltrace_assert(op.routine, line, expression);
   return condition;
 }
 
-// Asserts an expression, evaluated exactly once; the routine goes on in any case.
-#define TTY_DB_ASSERT(expression) TTY_DB_ASSERT_TEXT((expression), #expression)
-#define TTY_DB_ASSERT_TEXT(condition, text) tty_db_go_on(TTY_DB_HOLDS_TEXT((condition), (text)))
-
-inline void tty_db_go_on([[maybe_unused]] bool holds) {
-#ifdef __clang_analyzer__
-  if (!holds) __builtin_trap();
-#endif
-}
-
-// Asserts what an internal routine cannot go on without: where it does not hold, the result is
+// Asserts what an internal routine relies on: if it does not hold, the result is
 // TTY_DB_ERR_INVALID_ARG.
-#define TTY_DB_NEED(expression) tty_db_need(op, TTY_DB_HOLDS_TEXT((expression), #expression))
+#define TTY_DB_NEED(expression) tty_db_need(op, TTY_DB_ASSERT_TEXT((expression), #expression))
 
 inline void tty_db_need(tty_db_operation &op, bool holds) {
   if (!holds) op.rc = TTY_DB_ERR_INVALID_ARG;

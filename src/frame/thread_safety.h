@@ -17,6 +17,7 @@
 #define TTY_DB_LOCKABLE TTY_DB_ATTRIBUTE(capability("database lock"))
 #define TTY_DB_SCOPED_LOCK TTY_DB_ATTRIBUTE(scoped_lockable)
 #define TTY_DB_GUARDED TTY_DB_ATTRIBUTE(guarded_by(this))
+#define TTY_DB_POINTS_TO_GUARDED TTY_DB_ATTRIBUTE(pt_guarded_by(this))
 #define TTY_DB_REQUIRES_WRITE(db) TTY_DB_ATTRIBUTE(requires_capability(db))
 #define TTY_DB_REQUIRES_READ(db) TTY_DB_ATTRIBUTE(requires_shared_capability(db))
 #define TTY_DB_ACQUIRES_WRITE(db) TTY_DB_ATTRIBUTE(acquire_capability(db))

@@ -52,7 +52,7 @@ uint32_t tty_db_iterate_start(tty_db_type *db_h, uint32_t start_category, uint32
   TTY_DB_REQUIRE(iterator_h != nullptr, "NULL Iterator handle");
   TTY_DB_REQUIRE(category != nullptr, "NULL category output argument");
   TTY_DB_REQUIRE(tty_id != nullptr, "NULL TTY ID output argument");
-  if (const tty_db_read_lock lock{op, op.ok() ? iterator_h->db_h : nullptr}) {
+  if (const tty_db_lock lock{op, op.ok() ? iterator_h->db_h : nullptr, TTY_DB_READ}) {
     op.rc = tty_db_iterate_next_internal(iterator_h, category, tty_id);
   }
   if (!op.ok() && category != nullptr) *category = TTY_CATEGORY_MAX;
@@ -100,15 +100,17 @@ namespace {
 // By the index.
 uint32_t look_up_line(const tty_db_iterator_type *iterator_h)
     TTY_DB_REQUIRES_READ(iterator_h->db_h) {
-  return tty_db_index_next_registered(iterator_h->db_h, iterator_h->next_category,
-                                      iterator_h->next_id);
+  const tty_db_type *db = iterator_h->db_h;
+  if (db->block_lists[iterator_h->next_category] == nullptr) return TTY_DB_NUM_IDS;
+  return tty_db_index_next_registered(db, iterator_h->next_category, iterator_h->next_id);
 }
 
 // Finds the next registered line, from the iterator's category on, and moves the position past it.
 // Returns 0 or TTY_DB_ERR_NO_MORE.
 uint32_t find_line(tty_db_speaker op, tty_db_iterator_type *iterator_h, uint32_t *category,
                    uint32_t *tty_id) TTY_DB_REQUIRES_READ(iterator_h->db_h) {
-  while (iterator_h->next_category <= iterator_h->end_category) {
+  uint32_t rc = TTY_DB_ERR_NO_MORE;
+  while (rc != 0 && iterator_h->next_category <= iterator_h->end_category) {
     const bool is_last = iterator_h->next_category == iterator_h->end_category;
     const uint32_t max_id = is_last ? iterator_h->end_id : TTY_PORT_MAX;
     TTY_DB_SAY("Considering category %lu, maximum TTY ID is %lu", iterator_h->next_category,
@@ -118,16 +120,16 @@ uint32_t find_line(tty_db_speaker op, tty_db_iterator_type *iterator_h, uint32_t
     if (found <= max_id) {
       *category = iterator_h->next_category;
       *tty_id = found;
-      iterator_h->next_id = found + 1;
+      rc = 0;
     }
+    iterator_h->next_id = found + 1;
     if (found >= max_id) {
       TTY_DB_SAY("Moving category on");
       ++iterator_h->next_category;
       iterator_h->next_id = 0;
     }
-    if (found <= max_id) return 0;
   }
-  return TTY_DB_ERR_NO_MORE;
+  return rc;
 }
 
 }  // namespace
@@ -138,10 +140,12 @@ uint32_t tty_db_iterate_next_internal(tty_db_iterator_type *iterator_h, uint32_t
   TTY_DB_NEED(iterator_h != NULL);
   TTY_DB_NEED(category != NULL);
   TTY_DB_NEED(tty_id != NULL);
-  if (op.ok()) {
+  if (iterator_h != nullptr) {
     TTY_DB_ENTER("iterator=%X; next: category=%lu, id=%lu; end: category=%lu, id=%lu", iterator_h,
                  iterator_h->next_category, iterator_h->next_id, iterator_h->end_category,
                  iterator_h->end_id);
+  }
+  if (op.ok()) {
     tty_db_trust_locked(iterator_h->db_h);
     op.rc = find_line(op, iterator_h, category, tty_id);
   }

@@ -1,6 +1,6 @@
 // Deregistering a line.
 //
-// The holder of the entry is waited for ahead of everything else: it may be using the items.
+// The holder of the entry is waited for before anything else: it may be using the items.
 
 #include "block/index.h"
 #include "item/item.h"
@@ -28,26 +28,16 @@ void destroy_items(tty_db_speaker op, tty_db_tty_type *tty) {
     const uint32_t key = tty->item_list_head->key;
     TTY_DB_SAY("Freeing item with key %lu", key);
     const uint32_t rc = tty_db_item_destroy(tty, key);
-    if (!TTY_DB_HOLDS_TEXT(rc == 0, "QERR_IS_OK(rc)")) break;
+    if (!TTY_DB_ASSERT_TEXT(rc == 0, "QERR_IS_OK(rc)")) break;
   }
 }
 
-// Takes a line out of its block and out of the counts: nobody finds it any more.
-void withdraw(tty_db_speaker op, tty_db_type *db_h, tty_db_block_type *block, uint32_t tty_id)
+// Returns whether a block is to end with its last line.  One that is being released is in no list:
+// it is left to the release under way.
+bool is_left_over(const tty_db_type *db_h, const tty_db_block_type *block)
     TTY_DB_REQUIRES_WRITE(db_h) {
-  tty_db_set_entry_in_block(op, block, tty_id, nullptr);
-  tty_db_index_remove_entry(db_h, block->details.category, tty_id);
-  if (TTY_DB_HOLDS(block->details.num_registered > 0)) --block->details.num_registered;
-  if (TTY_DB_HOLDS(db_h->num_ttys > 0)) --db_h->num_ttys;
-  TTY_DB_SAY("Block now has %lu TTYs and DB has %lu TTYs", block->details.num_registered,
-             db_h->num_ttys);
-}
-
-// Says whether a block is to end with its last line.  One that is being released is in no list
-// already: it is left to the release under way.
-bool is_left_over(const tty_db_type *db_h, const tty_db_block_type *block) {
   return block->details.num_registered == 0 && (db_h->options & TTY_DB_OPT_AUTO_BLOCKS) != 0 &&
-         block->link != nullptr;
+         tty_db_index_has_block(db_h, block);
 }
 
 }  // namespace
@@ -56,7 +46,7 @@ uint32_t tty_db_tty_deregister(tty_db_type *db_h, uint32_t category, uint32_t tt
   tty_db_operation op(kTrace);
   TTY_DB_ENTER();
   tty_db_require_line(op, db_h, category, tty_id);
-  if (const tty_db_write_lock lock{op, db_h}) {
+  if (const tty_db_lock lock{op, db_h, TTY_DB_WRITE}) {
     tty_db_block_type *block = nullptr;
     op.rc = find_line(op, db_h, category, tty_id, &block);
     if (op.ok()) tty_db_tty_deregister_internal(db_h, block, tty_id);
@@ -69,10 +59,14 @@ void tty_db_tty_deregister_internal(tty_db_type *db_h, tty_db_block_type *block,
   TTY_DB_ENTER("DB=%X: block=%X, tty_id=%lu", db_h, block, tty_id);
   const bool has_db = TTY_DB_ASSERT_WRITELOCKED(db_h);
   tty_db_tty_type *tty = tty_db_entry_from_block(op, block, tty_id);
-  if (TTY_DB_HOLDS(tty != NULL) && has_db) {
+  // A block of another database is left alone, with its line.
+  const bool indexed =
+      TTY_DB_ASSERT(tty != NULL) && has_db &&
+      TTY_DB_ASSERT(*tty_db_index_entry(db_h, block->details.category, tty_id) == tty);
+  if (indexed) {
     tty_db_wait_for_holder(tty);
     destroy_items(op, tty);
-    withdraw(op, db_h, block, tty_id);
+    tty_db_index_take_line(op, db_h, block, tty_id);
     tty_db_cleanup_entry(tty, true);
     if (is_left_over(db_h, block)) {
       TTY_DB_SAY("Freeing automatic block %X which has no entries", block);

@@ -26,21 +26,21 @@ int take_for_cleanup(tty_db_tty_type *tty) {
 
 }  // namespace
 
-uint32_t tty_db_create_entry_lock(tty_db_speaker op, tty_db_tty_type *tty) {
-  TTY_DB_SAY("Initializing entry's mutex");
+uint32_t tty_db_create_entry_lock(tty_db_speaker op, tty_db_tty_type *tty, int line) {
+  TTY_DB_SAY_AT(line, "Initializing entry's mutex");
   const int error = initialize_mutex(&tty->lock);
   if (error != 0) {
-    tty_db_report_kernel_error(op, "Initialize TTY Entry lock", error);
+    tty_db_report_kernel_error(op, "Initialize TTY Entry lock", error, line);
     return TTY_DB_ERR_LOCK_INIT;
   }
   tty_db_set_lock_owner(tty, TTY_DB_NO_OWNER);
   return 0;
 }
 
-int tty_db_take_entry_lock(tty_db_speaker op, tty_db_tty_type *tty) {
+int tty_db_take_entry_lock(tty_db_speaker op, tty_db_tty_type *tty, int line) {
   int error = pthread_mutex_trylock(&tty->lock);
   if (error == EBUSY) {
-    ptd_set_mutex_block(&tty->lock, op.routine, __LINE__);
+    ptd_set_mutex_block(&tty->lock, op.routine, line);
     error = pthread_mutex_lock(&tty->lock);
     ptd_unset_mutex_block();
   }
@@ -56,7 +56,7 @@ void tty_db_cleanup_entry(tty_db_tty_type *tty, bool lock_initialized) {
   TTY_DB_ENTER("tty=%X, lock_initialized = %d", tty, lock_initialized);
   if (lock_initialized) {
     TTY_DB_SAY("Destroying entry lock");
-    if (TTY_DB_HOLDS(tty != NULL)) {
+    if (TTY_DB_ASSERT(tty != NULL)) {
       // A thread that deregisters an entry that it holds itself has nobody to wait for; its hold
       // ends here.
       const int taken = take_for_cleanup(tty);

@@ -19,20 +19,21 @@ inline void tty_db_set_lock_owner(tty_db_tty_type *tty, pthread_t owner) {
   __atomic_store_n(&tty->lock_owner, owner, __ATOMIC_RELAXED);
 }
 
-// Checks the arguments that name a line.
+// Checks the arguments that name a line, under the line of the source of the operation.
 inline void tty_db_require_line(tty_db_operation &op, const tty_db_type *db_h, uint32_t category,
-                                uint32_t tty_id) {
-  TTY_DB_REQUIRE(db_h != nullptr, "NULL DB handle");
-  TTY_DB_REQUIRE(category <= TTY_CATEGORY_MAX, "Invalid category %d", category);
-  TTY_DB_REQUIRE(tty_id <= TTY_PORT_MAX, "Invalid TTY Id %d", tty_id);
+                                uint32_t tty_id, int line = __builtin_LINE()) {
+  TTY_DB_REQUIRE_AT(line, db_h != nullptr, "NULL DB handle");
+  TTY_DB_REQUIRE_AT(line, category <= TTY_CATEGORY_MAX, "Invalid category %d", category);
+  TTY_DB_REQUIRE_AT(line, tty_id <= TTY_PORT_MAX, "Invalid TTY Id %d", tty_id);
 }
 
 // Creates the lock of a new entry.  Returns 0 or TTY_DB_ERR_LOCK_INIT.
-uint32_t tty_db_create_entry_lock(tty_db_speaker op, tty_db_tty_type *tty);
+uint32_t tty_db_create_entry_lock(tty_db_speaker op, tty_db_tty_type *tty,
+                                  int line = __builtin_LINE());
 
 // Takes an entry's lock, waiting for its holder; the wait is announced to the thread-block
 // diagnostics.  Returns 0 or an error number: EDEADLK where the calling thread is the holder.
-int tty_db_take_entry_lock(tty_db_speaker op, tty_db_tty_type *tty);
+int tty_db_take_entry_lock(tty_db_speaker op, tty_db_tty_type *tty, int line = __builtin_LINE());
 
 // Waits until no other thread holds an entry.  REQUIRES: the write lock, so that no thread obtains
 // the entry any more.
@@ -46,7 +47,7 @@ void tty_db_cleanup_entry(tty_db_tty_type *tty, bool lock_initialized);
 // Returns 0 or TTY_DB_ERR_LOCK_FAILED.
 inline uint32_t tty_db_lock_tty(const tty_db_type *db, tty_db_tty_type *tty) {
   const tty_db_speaker op(TTY_DB_TRACE_TTY);
-  if (!TTY_DB_HOLDS(db != NULL)) return TTY_DB_ERR_INVALID_ARG;
+  if (!TTY_DB_ASSERT(db != NULL)) return TTY_DB_ERR_INVALID_ARG;
   if ((db->options & TTY_DB_OPT_LOCK_ENTRIES) != 0) {
     const int error = tty_db_take_entry_lock(op, tty);
     if (__builtin_expect(error != 0, 0)) {

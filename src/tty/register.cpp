@@ -98,12 +98,7 @@ void publish(tty_db_speaker op, tty_db_type *db_h, uint32_t tty_id, const Regist
   TTY_DB_ASSERT_TEXT(tty_db_entry_from_block(op, block, tty_id) == nullptr,
                      "tty_db_entry_from_block(block, tty_id) == NULL");
   TTY_DB_ASSERT(block->details.num_registered < block->details.capacity);
-  tty_db_set_entry_in_block(op, block, tty_id, made.entry);
-  tty_db_index_add_entry(db_h, block->details.category, tty_id, made.entry);
-  ++block->details.num_registered;
-  ++db_h->num_ttys;
-  TTY_DB_SAY("Block now has %lu TTYs and DB has %lu TTYs", block->details.num_registered,
-             db_h->num_ttys);
+  tty_db_index_put_line(op, db_h, block, tty_id, made.entry);
 }
 
 }  // namespace
@@ -116,7 +111,7 @@ uint32_t tty_db_tty_register(tty_db_type *db_h, uint32_t category, uint32_t tty_
   TTY_DB_REQUIRE(entry_size >= sizeof(tty_db_tty_type), "Invalid entry size %d (need %d)",
                  entry_size, sizeof(tty_db_tty_type));
   TTY_DB_REQUIRE(tty != nullptr, "NULL TTY handle");
-  if (const tty_db_write_lock lock{op, db_h}) {
+  if (const tty_db_lock lock{op, db_h, TTY_DB_WRITE}) {
     op.rc = tty_db_tty_register_internal(db_h, category, tty_id, entry_size, tty);
   }
   if (!op.ok() && tty != nullptr) *tty = nullptr;

@@ -7,13 +7,14 @@ namespace {
 
 constexpr tty_db_trace_category kTrace = TTY_DB_TRACE_TTY;
 
-// Finds the entry of a line and obtains it for the calling thread.  The output is set ahead of the
-// entry's lock, and stays so where that cannot be had: it tells a line that is there and cannot be
-// obtained from one that is not there.
+// Obtains an entry, if the index has one, for the calling thread.  The output is set before the
+// entry's lock is taken, and keeps its value if the lock cannot be had: so a caller can tell a line
+// that is there from one that is not.
 uint32_t obtain_entry(const tty_db_type *db_h, uint32_t category, uint32_t tty_id,
-                      tty_db_tty_type **tty) TTY_DB_REQUIRES_READ(db_h) {
-  tty_db_tty_type *found = tty_db_index_find_entry(db_h, category, tty_id);
-  if (found != nullptr || tty_db_index_is_reserved(db_h, category, tty_id)) *tty = found;
+                      tty_db_tty_type *const *slot, tty_db_tty_type **tty)
+    TTY_DB_REQUIRES_READ(db_h) {
+  tty_db_tty_type *found = db_h->block_lists[category] != nullptr ? *slot : nullptr;
+  if (found != nullptr || tty_db_index_find_block(db_h, category, tty_id) != nullptr) *tty = found;
   return found != nullptr ? tty_db_lock_tty(db_h, found) : TTY_DB_ERR_NOT_REGISTERED;
 }
 
@@ -25,8 +26,14 @@ uint32_t tty_db_tty_retrieve(tty_db_type *db_h, uint32_t category, uint32_t tty_
   TTY_DB_ENTER("DB=%X: category=%lu, tty_id=%lu, tty=%X", db_h, category, tty_id, tty);
   tty_db_require_line(op, db_h, category, tty_id);
   TTY_DB_REQUIRE(tty != nullptr, "NULL TTY output variable");
-  if (const tty_db_read_lock lock{op, db_h}) {
-    op.rc = obtain_entry(db_h, category, tty_id, tty);
+  tty_db_tty_type *const *slot = nullptr;
+  if (op.ok()) {
+    // The slot comes from memory while the lock is taken: a prefetch reads nothing.
+    slot = tty_db_index_entry(db_h, category, tty_id);
+    __builtin_prefetch(slot);
+  }
+  if (const tty_db_lock lock{op, db_h, TTY_DB_READ}) {
+    op.rc = obtain_entry(db_h, category, tty_id, slot, tty);
   }
   return op.exit();
 }

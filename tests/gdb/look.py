@@ -56,7 +56,7 @@ A_THREAD_WAITS = [
 STRIPPED = [
     ("print *modems", ["error = <There is no member named details.> (is the debug information"]),
     ("print *held", ["lock_owner = thread 1 (LWP", "items = {<There is no member named key.>}"]),
-    ("info ttydb db", ["db is no database: There is no member named categories. (is the debug"]),
+    ("info ttydb db", ["db is no database: There is no member named block_lists. (is the debug"]),
     ("info ttydb", ["libttyplatform has no debug information: no telling who waits."]),
 ]
 

@@ -5,6 +5,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -261,9 +262,6 @@ bool fails(const char *function) {
 }
 
 size_t leading_zeros(const unsigned char *bytes, size_t size) {
-  // All alike is found out fast: a database's record is long.
-  const bool alike = size != 0 && memcmp(bytes, bytes + 1, size - 1) == 0;
-  if (alike && *bytes == 0) return size;
   const auto is_set = [](unsigned char byte) { return byte != 0; };
   return static_cast<size_t>(std::find_if(bytes, bytes + size, is_set) - bytes);
 }
@@ -343,6 +341,23 @@ void __wrap_free(void *pointer) {
   __real_free(pointer);
 }
 
+void *__real_mmap(void *where, size_t size, int access, int flags, int fd, off_t offset);
+int __real_munmap(void *memory, size_t size);
+
+void *__wrap_mmap(void *where, size_t size, int access, int flags, int fd, off_t offset) {
+  if (fails("mmap")) return MAP_FAILED;
+  return track(__real_mmap(where, size, access, flags, fd, offset), size);
+}
+
+int __wrap_munmap(void *memory, size_t size) {
+  {
+    const Guard guard(records().lock);
+    const auto found = records().live.find(memory);
+    if (found != records().live.end() && found->second == size) records().live.erase(found);
+  }
+  return __real_munmap(memory, size);
+}
+
 #define WRAP(function, parameters, arguments) \
   int __real_##function parameters;           \
   int __wrap_##function parameters {          \
@@ -373,9 +388,11 @@ WRAP(pthread_mutex_lock, (pthread_mutex_t * lock), (lock))
 WRAP(pthread_mutex_unlock, (pthread_mutex_t * lock), (lock))
 WRAP(pthread_mutex_destroy, (pthread_mutex_t * lock), (lock))
 WRAP(clock_gettime, (clockid_t clock, timespec *when), (clock, when))
+
 int __real_usleep(useconds_t duration);
-int __wrap_usleep(useconds_t duration) {  // a pause of another length is none
-  return duration != 20000 || fails("usleep") ? -1 : __real_usleep(duration);
+int __wrap_usleep(useconds_t duration) {
+  if (duration > 20000) abort();
+  return fails("usleep") ? -1 : __real_usleep(duration);
 }
 }
 // NOLINTEND(bugprone-reserved-identifier)

@@ -12,7 +12,7 @@
 #include <functional>
 #include <map>
 
-#include "block/block.h"
+#include "block/index.h"
 #include "support/database.h"
 
 using host::result_name;
@@ -346,7 +346,7 @@ class Model {
 
   // The category's list against the model: order, ranges, counts, slots.
   void check_blocks() {
-    const tty_db_block_type *block = db_.get()->categories[category_].first_block;
+    const tty_db_block_type *block = db_.get()->block_lists[category_];
     for (const ModelBlock &wanted : blocks()) {
       ASSERT_NE(block, nullptr);
       EXPECT_EQ(std::make_tuple(block->details.first_tty, block->details.capacity),
@@ -365,30 +365,27 @@ class Model {
     EXPECT_EQ(block, nullptr);
   }
 
-  // The index against the list, by its own invariants.
+  // The index against the list: which block begins at each id, which line is there, and which block
+  // contains it.
   void check_index() {
-    const tty_db_category_type &category = db_.get()->categories[category_];
-    tty_db_block_type *const *link = &category.first_block;
-    std::vector<tty_db_block_type *> first(TTY_DB_NUM_BUCKETS);
-    std::vector<bool> reserved(TTY_PORT_MAX + 1);
-    for (; *link != nullptr; link = &(*link)->next_block) {
-      tty_db_block_type *block = *link;
-      EXPECT_EQ(block->link, link);
-      for (uint32_t id = block->details.first_tty; id < tty_db_block_end(block); ++id) {
-        reserved[id] = true;
-        if (first[id / TTY_DB_BUCKET_SIZE] == nullptr) first[id / TTY_DB_BUCKET_SIZE] = block;
-      }
+    const tty_db_type *db = db_.get();
+    tty_db_category_index &index = db->index->categories[category_];
+    std::map<uint32_t, tty_db_block_type *> first_ids;
+    tty_db_block_type *block = db->block_lists[category_];
+    for (; block != nullptr; block = block->next_block) {
+      first_ids[block->details.first_tty] = block;
     }
-    EXPECT_EQ(category.tail, category.first_block != nullptr ? link : nullptr);
-    EXPECT_TRUE(std::equal(first.begin(), first.end(), category.buckets));
-    std::vector<tty_db_tty_type *> entries(TTY_PORT_MAX + 1);
-    for (const auto &line : lines()) entries[line.first] = line.second.tty;
     for (uint32_t id = 0; id <= TTY_PORT_MAX; ++id) {
-      if (category.entries[id] == entries[id] && category.reserved.has(id) == reserved[id] &&
-          category.registered.has(id) == (entries[id] != nullptr)) {
-        continue;
-      }
-      ADD_FAILURE() << "index of id " << id;
+      const auto begins = first_ids.find(id);
+      const auto line = lines().find(id);
+      if (begins != first_ids.end()) block = begins->second;
+      if (block != nullptr && id == tty_db_block_end(block)) block = nullptr;
+      const bool sound = index.firsts.has(id) == (begins != first_ids.end()) &&
+                         index.block(id) == (begins != first_ids.end() ? block : nullptr) &&
+                         index.registered.has(id) == (line != lines().end()) &&
+                         index.entry(id) == (line != lines().end() ? line->second.tty : nullptr) &&
+                         tty_db_index_find_block(db, category_, id) == block;
+      EXPECT_TRUE(sound) << "index of id " << id;
     }
   }
 
