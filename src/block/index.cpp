@@ -5,7 +5,7 @@
 void tty_db_index_link(tty_db_type *db, tty_db_block_type **link, tty_db_block_type *block) {
   block->next_block = *link;
   *link = block;
-  tty_db_category_index &index = db->index->categories[block->details.category];
+  tty_db_category_index &index = tty_db_index_of(db, block->details.category);
   index.block(block->details.first_tty) = block;
   index.firsts.insert(block->details.first_tty);
 }
@@ -14,7 +14,7 @@ void tty_db_index_unlink(tty_db_type *db, tty_db_block_type **link) {
   tty_db_block_type *block = *link;
   *link = block->next_block;
   block->next_block = nullptr;
-  tty_db_category_index &index = db->index->categories[block->details.category];
+  tty_db_category_index &index = tty_db_index_of(db, block->details.category);
   index.block(block->details.first_tty) = nullptr;
   index.firsts.erase(block->details.first_tty);
 }
@@ -33,7 +33,7 @@ void say_counts(tty_db_speaker op, const tty_db_type *db, const tty_db_block_typ
 void tty_db_index_put_line(tty_db_speaker op, tty_db_type *db, tty_db_block_type *block,
                            uint32_t tty_id, tty_db_tty_type *tty, int line) {
   tty_db_set_entry_in_block(op, block, tty_id, tty);
-  tty_db_category_index &index = db->index->categories[block->details.category];
+  tty_db_category_index &index = tty_db_index_of(db, block->details.category);
   index.entry(tty_id) = tty;
   index.registered.insert(tty_id);
   ++block->details.num_registered;
@@ -44,7 +44,7 @@ void tty_db_index_put_line(tty_db_speaker op, tty_db_type *db, tty_db_block_type
 void tty_db_index_take_line(tty_db_speaker op, tty_db_type *db, tty_db_block_type *block,
                             uint32_t tty_id, int line) {
   tty_db_set_entry_in_block(op, block, tty_id, nullptr);
-  tty_db_category_index &index = db->index->categories[block->details.category];
+  tty_db_category_index &index = tty_db_index_of(db, block->details.category);
   index.entry(tty_id) = nullptr;
   index.registered.erase(tty_id);
   if (tty_db_assert(op, block->details.num_registered > 0, "block->details.num_registered > 0",

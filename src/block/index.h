@@ -9,19 +9,18 @@
 
 #include "block/block.h"
 
-// Returns a category's part of the index, or NULL if the category's list is empty.
-inline tty_db_category_index *tty_db_index_of(const tty_db_type *db, uint32_t category)
-    TTY_DB_REQUIRES_READ(db) {
-  return db->block_lists[category] != nullptr ? &db->index->categories[category] : nullptr;
+// Returns a category's part of the index.  Needs no lock: the address never changes.
+inline tty_db_category_index &tty_db_index_of(const tty_db_type *db, uint32_t category) {
+  return db->index->categories[category];
 }
 
 // Returns the last block that begins below `bound`, which is at most TTY_DB_NUM_IDS, or NULL.
 inline tty_db_block_type *tty_db_index_last_block_below(const tty_db_type *db, uint32_t category,
                                                         uint32_t bound) TTY_DB_REQUIRES_READ(db) {
-  tty_db_category_index *index = tty_db_index_of(db, category);
-  if (index == nullptr) return nullptr;
-  const uint32_t first = index->firsts.last_below(bound);
-  return first < TTY_DB_NUM_IDS ? index->block(first) : nullptr;
+  if (db->block_lists[category] == nullptr) return nullptr;
+  tty_db_category_index &index = tty_db_index_of(db, category);
+  const uint32_t first = index.firsts.last_below(bound);
+  return first < TTY_DB_NUM_IDS ? index.block(first) : nullptr;
 }
 
 // Returns the last block that begins at an id or below, or NULL.
@@ -40,8 +39,8 @@ inline tty_db_block_type *tty_db_index_find_block(const tty_db_type *db, uint32_
 // Returns whether a block is in its list.
 inline bool tty_db_index_has_block(const tty_db_type *db, const tty_db_block_type *block)
     TTY_DB_REQUIRES_READ(db) {
-  tty_db_category_index *index = tty_db_index_of(db, block->details.category);
-  return index != nullptr && index->block(block->details.first_tty) == block;
+  return db->block_lists[block->details.category] != nullptr &&
+         tty_db_index_of(db, block->details.category).block(block->details.first_tty) == block;
 }
 
 // Returns the link to the first block that ends after an id: to the block that contains the id, or
@@ -62,17 +61,21 @@ void tty_db_index_link(tty_db_type *db, tty_db_block_type **link, tty_db_block_t
 // Unlinks the block that a link points to.
 void tty_db_index_unlink(tty_db_type *db, tty_db_block_type **link) TTY_DB_REQUIRES_WRITE(db);
 
-// Returns where the index has the entry of a line.
-inline tty_db_tty_type **tty_db_index_entry(const tty_db_type *db, uint32_t category,
-                                            uint32_t tty_id) {
-  return &db->index->categories[category].entry(tty_id);
+// Returns where the index has the entry of a line, and fetches it into the cache.  Needs no lock: a
+// prefetch is not an access.
+inline tty_db_tty_type *const *tty_db_index_prefetch_entry(const tty_db_type *db, uint32_t category,
+                                                           uint32_t tty_id) {
+  tty_db_tty_type *const *entry = &tty_db_index_of(db, category).entry(tty_id);
+  __builtin_prefetch(entry);
+  asm("" : "+r"(entry));  // keeps the compiler from computing the address again later
+  return entry;
 }
 
 // Returns the first registered id of a category from an id on, or one above TTY_PORT_MAX.  Looks
 // into a category whose list is empty, too: its last block may be on its way out.
 inline uint32_t tty_db_index_next_registered(const tty_db_type *db, uint32_t category,
                                              uint32_t tty_id) TTY_DB_REQUIRES_READ(db) {
-  return db->index->categories[category].registered.first_from(tty_id);
+  return tty_db_index_of(db, category).registered.first_from(tty_id);
 }
 
 // Puts the entry of a line into its block, and takes it out again: the slot, the index, and the

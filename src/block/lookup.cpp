@@ -73,10 +73,11 @@ uint32_t tty_db_block_find_lowest_block(tty_db_type *db_h, uint32_t category, ui
 namespace {
 
 // The search for the block that contains an id, step by step, as it is asserted and traced.
-[[gnu::cold, gnu::noinline]] uint32_t walk_to_block(tty_db_operation op, tty_db_type *db_h,
+[[gnu::cold, gnu::noinline]] uint32_t walk_to_block(const char *routine, tty_db_type *db_h,
                                                     uint32_t category, uint32_t tty_id,
                                                     tty_db_block_type **block)
     TTY_DB_REQUIRES_READ(db_h) {
+  tty_db_operation op(kTrace, routine);
   TTY_DB_ENTER("DB=%X: category=%lu, tty_id=%lu, block=%X", db_h, category, tty_id, block);
   TTY_DB_NEED(block != NULL);
   if (op.ok()) op.rc = tty_db_block_find_lowest_block(db_h, category, tty_id, block);
@@ -105,10 +106,9 @@ bool look_up_block(const tty_db_type *db_h, uint32_t category, uint32_t tty_id,
 
 uint32_t tty_db_block_find_block_from_tty_id(tty_db_type *db_h, uint32_t category, uint32_t tty_id,
                                              tty_db_block_type **block) {
-  const tty_db_operation op(kTrace);
   tty_db_trust_locked(db_h);
   if (!tty_db_tracing() && look_up_block(db_h, category, tty_id, block)) return 0;
-  return walk_to_block(op, db_h, category, tty_id, block);
+  return walk_to_block(__func__, db_h, category, tty_id, block);
 }
 
 namespace {

@@ -64,7 +64,7 @@ class tty_db_bitmap {
     }
     return group * 64 + lowest(rest);
   }
-  uint32_t last_word_below(uint32_t bound) const {
+  [[gnu::noinline]] uint32_t last_word_below(uint32_t bound) const {
     uint32_t group = bound / 64;
     uint64_t rest = groups_[group] & (bit(bound) - 1);
     while (rest == 0) {

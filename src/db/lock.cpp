@@ -36,7 +36,7 @@ int64_t monotonic_usec() {
 }
 
 // A writer's pause.  Neither a signal nor a cancellation of the thread ends it early.
-void pause_before_retry() {
+[[gnu::cold, gnu::noinline]] void pause_before_retry() {
   int cancel_state;
   pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancel_state);
   const int64_t end = monotonic_usec() + TTY_DB_WRITELOCK_RETRY_USEC;

@@ -62,7 +62,7 @@ void tty_db_tty_deregister_internal(tty_db_type *db_h, tty_db_block_type *block,
   // A block of another database is left alone, with its line.
   const bool indexed =
       TTY_DB_ASSERT(tty != NULL) && has_db &&
-      TTY_DB_ASSERT(*tty_db_index_entry(db_h, block->details.category, tty_id) == tty);
+      TTY_DB_ASSERT(tty_db_index_of(db_h, block->details.category).entry(tty_id) == tty);
   if (indexed) {
     tty_db_wait_for_holder(tty);
     destroy_items(op, tty);

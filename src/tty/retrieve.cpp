@@ -7,9 +7,9 @@ namespace {
 
 constexpr tty_db_trace_category kTrace = TTY_DB_TRACE_TTY;
 
-// Obtains an entry, if the index has one, for the calling thread.  The output is set before the
-// entry's lock is taken, and keeps its value if the lock cannot be had: so a caller can tell a line
-// that is there from one that is not.
+// Obtains the entry of a line, which the index has in `slot`, for the calling thread.  The output
+// is set before the entry's lock is taken, and keeps its value if the lock cannot be had: so a
+// caller can tell a line that is there from one that is not.
 uint32_t obtain_entry(const tty_db_type *db_h, uint32_t category, uint32_t tty_id,
                       tty_db_tty_type *const *slot, tty_db_tty_type **tty)
     TTY_DB_REQUIRES_READ(db_h) {
@@ -27,11 +27,7 @@ uint32_t tty_db_tty_retrieve(tty_db_type *db_h, uint32_t category, uint32_t tty_
   tty_db_require_line(op, db_h, category, tty_id);
   TTY_DB_REQUIRE(tty != nullptr, "NULL TTY output variable");
   tty_db_tty_type *const *slot = nullptr;
-  if (op.ok()) {
-    // The slot comes from memory while the lock is taken: a prefetch reads nothing.
-    slot = tty_db_index_entry(db_h, category, tty_id);
-    __builtin_prefetch(slot);
-  }
+  if (op.ok()) slot = tty_db_index_prefetch_entry(db_h, category, tty_id);
   if (const tty_db_lock lock{op, db_h, TTY_DB_READ}) {
     op.rc = obtain_entry(db_h, category, tty_id, slot, tty);
   }
