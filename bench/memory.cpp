@@ -1,57 +1,64 @@
-// The memory that the subjects take.  The heap is what malloc hands out, with its own eight bytes a
-// chunk.  Of the library the resident memory is measured too, in processes of their own: pages that
-// nobody has touched take none.  Prints JSON.
+// The resident memory of the subjects: the anonymous pages that they make a process touch.  Each
+// figure is that of a process of its own.  Prints JSON.
 
 #include <fcntl.h>
 #include <malloc.h>
+#include <stdio.h>
 #include <string.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <memory>
-#include <new>
 
 #include "subjects.h"
 
 namespace {
 
-size_t heap_in_use = 0;  // the program has one thread
-
-constexpr size_t kChunkHeader = 8;
-
-void *counted(void *memory) {
-  if (memory != nullptr) heap_in_use += malloc_usable_size(memory) + kChunkHeader;
-  return memory;
+// The anonymous memory of this process that is resident, in bytes.
+long resident() {
+  static char text[4096];
+  const int file = open("/proc/self/smaps_rollup", O_RDONLY);
+  const ssize_t length = read(file, text, sizeof(text) - 1);
+  close(file);
+  const char *const line = length > 0 ? strstr(text, "\nAnonymous:") : nullptr;
+  require(line != nullptr, "/proc/self/smaps_rollup");
+  return strtol(strchr(line, ':') + 1, nullptr, 10) * 1024;
 }
 
-}  // namespace
-
-// The allocator's calls, with the count around them.
-extern "C" {
-void *__libc_malloc(size_t size);
-void *__libc_calloc(size_t count, size_t size);
-void *__libc_realloc(void *memory, size_t size);
-void *__libc_memalign(size_t alignment, size_t size);
-void __libc_free(void *memory);
-
-void *malloc(size_t size) { return counted(__libc_malloc(size)); }
-void *calloc(size_t count, size_t size) { return counted(__libc_calloc(count, size)); }
-void free(void *memory) {
-  if (memory != nullptr) heap_in_use -= malloc_usable_size(memory) + kChunkHeader;
-  __libc_free(memory);
-}
-void *realloc(void *memory, size_t size) {
-  const size_t before = memory != nullptr ? malloc_usable_size(memory) + kChunkHeader : 0;
-  void *const moved = __libc_realloc(memory, size);
-  if (moved != nullptr) heap_in_use -= before;
-  return counted(moved);
-}
-void *aligned_alloc(size_t alignment, size_t size) {
-  return counted(__libc_memalign(alignment, size));
-}
+template <typename Subject>
+std::unique_ptr<Subject> subject_with(const std::vector<Line> &lines) {
+  auto subject = std::make_unique<Subject>();
+  for (const Line line : lines) subject->add(line);
+  return subject;
 }
 
-namespace {
+// Returns what each of `count` subjects adds to the memory of a process, after `rounds` rounds in
+// each of which one of them, drawn at random, was ended and made anew.
+template <typename Subject>
+double memory_of_each(size_t count, const std::vector<Line> &lines, int rounds = 0) {
+  int result[2];
+  require(pipe(result) == 0, "pipe");
+  if (fork() == 0) {
+    const auto other = subject_with<Subject>({{0, 0}});  // what only the first one brings in
+    std::vector<std::unique_ptr<Subject>> subjects(count);
+    std::mt19937 random(20);
+    malloc_trim(0);  // memory that was freed before is not to serve the subjects
+    const long before = resident();
+    for (auto &subject : subjects) subject = subject_with<Subject>(lines);
+    for (int round = 0; round < rounds; ++round) {
+      auto &subject = subjects[random() % count];
+      subject.reset();
+      subject = subject_with<Subject>(lines);
+    }
+    const double each = static_cast<double>(resident() - before) / static_cast<double>(count);
+    _exit(write(result[1], &each, sizeof(each)) == sizeof(each) ? 0 : 1);
+  }
+  double each = 0;
+  require(read(result[0], &each, sizeof(each)) == sizeof(each) && wait(nullptr) > 0, "child");
+  close(result[0]);
+  close(result[1]);
+  return each;
+}
 
 std::vector<Line> every_tenth(const std::vector<Line> &lines) {
   std::vector<Line> kept;
@@ -61,82 +68,25 @@ std::vector<Line> every_tenth(const std::vector<Line> &lines) {
   return kept;
 }
 
-// What a subject takes with the given lines in it.
-template <typename Subject>
-size_t heap_with(const std::vector<Line> &lines) {
-  const size_t before = heap_in_use;
-  const auto subject = std::make_unique<Subject>();
-  for (const Line line : lines) subject->add(line);
-  return heap_in_use - before;
-}
-
-// Prints what a subject takes while it is empty, and what each line adds.
 template <typename Subject>
 void print(const char *name, const char *separator) {
-  const size_t before = heap_in_use;
-  const size_t empty = heap_with<Subject>({});
-  const auto a_line = [empty](const std::vector<Line> &lines) {
-    return static_cast<double>(heap_with<Subject>(lines) - empty) /
-           static_cast<double>(lines.size());
+  const std::vector<Line> five = {{0, 0}, {1, 0}, {2, 0}, {3, 0}, {4, 0}};
+  const auto of_a_line = [](const std::vector<Line> &lines) {
+    return memory_of_each<Subject>(1, lines) / static_cast<double>(lines.size());
   };
-  printf("  \"%s\": {\"empty\": %zu, \"dense_10k\": %.1f, \"dense_60k\": %.1f, ", name, empty,
-         a_line(first_lines(10000)), a_line(first_lines(60000)));
-  printf("\"sparse_1k\": %.1f}%s\n", a_line(every_tenth(first_lines(10000))), separator);
-  require(heap_in_use == before, "everything is freed");
-}
-
-// The memory of this process that is resident, in bytes.
-long resident() {
-  static char text[4096];
-  const int file = open("/proc/self/smaps_rollup", O_RDONLY);
-  const ssize_t length = read(file, text, sizeof(text) - 1);
-  close(file);
-  const char *const line = length > 0 ? strstr(text, "\nRss:") : nullptr;
-  require(line != nullptr, "/proc/self/smaps_rollup");
-  return strtol(line + 5, nullptr, 10) * 1024;
-}
-
-void add_lines(const Library &library, const std::vector<Line> &lines) {
-  for (const Line line : lines) {
-    tty_db_tty_type *tty = nullptr;
-    require(tty_db_tty_register(library.handle(), line.category, line.id, 128, &tty) == 0 &&
-                tty_db_tty_unlock(library.handle(), tty) == 0,
-            "register");
-  }
-}
-
-// What a database with the given lines, of 128-byte entries, adds to the resident memory of a
-// process.
-long resident_with(const std::vector<Line> &lines) {
-  int result[2];
-  require(pipe(result) == 0, "pipe");
-  if (fork() == 0) {
-    const Library other;  // brings in the code
-    add_lines(other, {{0, 0}});
-    resident();
-    const long before = resident();
-    const Library library;
-    add_lines(library, lines);
-    const long added = resident() - before;
-    _exit(write(result[1], &added, sizeof(added)) == sizeof(added) ? 0 : 1);
-  }
-  long added = 0;
-  require(read(result[0], &added, sizeof(added)) == sizeof(added) && wait(nullptr) > 0, "child");
-  close(result[0]);
-  close(result[1]);
-  return added;
+  printf("  \"%s\": {\"empty\": %.0f, \"five_lines\": %.0f, \"five_lines_churned\": %.0f, ", name,
+         memory_of_each<Subject>(200, {}), memory_of_each<Subject>(200, five),
+         memory_of_each<Subject>(200, five, 2000));
+  printf("\"dense_10k\": %.1f, \"dense_60k\": %.1f, \"sparse_1k\": %.1f}%s\n",
+         of_a_line(first_lines(10000)), of_a_line(first_lines(60000)),
+         of_a_line(every_tenth(first_lines(10000))), separator);
 }
 
 }  // namespace
 
 int main() {
-  static char buffer[4096];
-  setvbuf(stdout, buffer, _IOFBF, sizeof(buffer));
+  setvbuf(stdout, nullptr, _IONBF, 0);  // nothing for a child to print again
   printf("{\n");
-  const long empty = resident_with({});
-  const auto lines = first_lines(10000);
-  const auto a_line = static_cast<double>(resident_with(lines) - empty) / 10000;
-  printf("  \"resident\": {\"empty\": %ld, \"line\": %.1f},\n", empty, a_line);
   print<Library>("library", ",");
   print<StdMap>("std_map", ",");
   print<StdUnorderedMap>("std_unordered_map", ",");

@@ -21,16 +21,20 @@
  * operation that reads waits for it as long as it takes; one that writes tries ten times, 20 ms
  * apart, then gives up with TTY_DB_ERR_LOCK_FAILED.  An entry has a mutex of its own, which
  * registration and retrieval take for the caller (TTY_DB_OPT_LOCK_ENTRIES) and tty_db_tty_unlock()
- * gives back.  Deregistering a line waits for the thread that holds its entry, and while it waits
- * every other operation on the database waits too, or fails to get the lock.  So a thread that
- * holds an entry must not wait for another thread that is inside the database; and to call any
- * operation that takes the database's lock, if only to read, is to wait for a thread inside it.
+ * gives back.  Two waits matter to callers:
+ * - A retrieval waits for the thread that holds the entry, and keeps the read lock meanwhile. Until
+ *   it has the entry every operation that writes fails, also one of the holder's.  So hold an entry
+ *   for a short time, and call a writer again that failed.
+ * - Deregistering a line waits for the thread that holds its entry, and keeps the write lock
+ *   meanwhile: every other operation on the database waits too, or fails to get the lock.  So while
+ *   it holds an entry, a thread must not call an operation that takes the database lock, unless no
+ *   other thread can be deregistering that line.
  *
  * @par Threads that end
  * An entry stays held when its holder ends without giving it back: from then on whoever asks for
- * it, or deregisters its line, waits for ever.  A thread that may be cancelled therefore needs a
- * clean-up handler while it holds one.  With deferred cancellation no operation leaves a lock
- * behind: none is a cancellation point while it holds a lock.
+ * it, or deregisters its line, waits for ever.  No operation is a cancellation point, so that a
+ * thread may be cancelled (deferred cancellation) around any call.  While it holds an entry it
+ * needs a clean-up handler that gives the entry back.
  *
  * @par fork
  * A child may create and use databases of its own.  Of a database that it has inherited it may use
@@ -300,10 +304,10 @@ TTY_DB_API uint32_t tty_db_tty_deregister(tty_db_type *db_h, uint32_t category, 
 
 /**
  * Hands out the entry of a registered line.
- * Takes the read lock.  With TTY_DB_OPT_LOCK_ENTRIES it waits for the entry's holder, and the
- * calling thread holds the entry on return: it gives it back with exactly one tty_db_tty_unlock(),
- * and may not use it afterwards.  Without that option nothing keeps another thread from
- * deregistering the line.
+ * Takes the read lock.  With TTY_DB_OPT_LOCK_ENTRIES it waits for the entry's holder, with the read
+ * lock kept, so that every writer fails meanwhile.  On return the calling thread holds the entry:
+ * it gives it back with exactly one tty_db_tty_unlock(), and may not use it afterwards.  Without
+ * that option nothing keeps another thread from deregistering the line.
  * @param db_h the database
  * @param category 0 to TTY_CATEGORY_MAX
  * @param tty_id 0 to TTY_PORT_MAX

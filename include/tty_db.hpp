@@ -23,7 +23,8 @@
  * A line is named by a position, or by its category and id as two arguments.
  *
  * A handle that has been moved from, or that a failed operation returned, is empty: it owns
- * nothing, its destructor does nothing, and an operation on it gives errc::invalid_argument.
+ * nothing, its destructor does nothing, and an operation on it gives errc::invalid_argument.  There
+ * are two exceptions: an empty range has no lines, and find() on an empty entry returns null.
  */
 #ifndef TTY_DB_HPP
 #define TTY_DB_HPP
@@ -83,30 +84,31 @@ class category_type final : public std::error_category {
 
   const char* name() const noexcept override { return "tty_db"; }
 
+  /* The texts are those of qerr_strerror() in the stand-in for the host. */
   std::string message(int value) const override {
     constexpr struct {
       errc code;
       const char* text;
     } messages[] = {
-        {errc{}, "success"},
-        {errc::no_memory, "out of memory"},
-        {errc::invalid_argument, "invalid argument"},
-        {errc::wrong_mode, "the database manages its blocks by itself"},
-        {errc::lock_failed, "a lock could not be obtained"},
-        {errc::lock_init, "a lock could not be created"},
-        {errc::no_block, "no such block"},
-        {errc::overlap, "the range overlaps another block"},
-        {errc::item_exists, "an item with this key exists already"},
-        {errc::tty_exists, "the line is registered already"},
-        {errc::no_more, "no further line"},
-        {errc::no_item, "no item with this key"},
-        {errc::not_registered, "the line is not registered"},
-        {errc::ttys_registered, "lines are registered in the range to be given up"},
+        {errc{}, "Success"},
+        {errc::no_memory, "Out of memory"},
+        {errc::invalid_argument, "Invalid argument"},
+        {errc::wrong_mode, "The database manages its blocks by itself"},
+        {errc::lock_failed, "A lock could not be obtained"},
+        {errc::lock_init, "A lock could not be created"},
+        {errc::no_block, "No such block"},
+        {errc::overlap, "The range overlaps another block"},
+        {errc::item_exists, "The item exists already"},
+        {errc::tty_exists, "The TTY is registered already"},
+        {errc::no_more, "No more TTYs"},
+        {errc::no_item, "No such item"},
+        {errc::not_registered, "The TTY is not registered"},
+        {errc::ttys_registered, "TTYs are still registered in the block"},
     };
     for (const auto& message : messages) {
       if (message.code == static_cast<errc>(value)) return message.text;
     }
-    return "unknown result code";
+    return "Unknown result code";
   }
 
   std::error_condition default_error_condition(int value) const noexcept override {

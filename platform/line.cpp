@@ -75,12 +75,18 @@ bool is_control(uint32_t code) { return code < 0x20 || (code >= 0x7f && code < 0
 }  // namespace
 
 void Line::add(const char *bytes, size_t size) {
-  if (size > limit_ - length_) {
-    limit_ = length_;  // what comes behind a cut does not fit either
+  constexpr char kMark[] = {'.', '.', '.'};
+  constexpr size_t kRoom = sizeof(text_) - 1;  // the end is for the newline
+  if (cut_) return;
+  cut_ = size > kRoom - length_;
+  if (cut_) {
+    memcpy(text_ + last_cut_, kMark, sizeof(kMark));
+    length_ = last_cut_ + sizeof(kMark);
     return;
   }
   memcpy(text_ + length_, bytes, size);
   length_ += size;
+  if (length_ <= kRoom - sizeof(kMark)) last_cut_ = length_;
 }
 
 void Line::put_escape(unsigned char byte) {
@@ -95,14 +101,12 @@ void Line::put_escape(unsigned char byte) {
 }
 
 void Line::put(const char *text, size_t size) {
-  for (const char *const end = text + size; text < end && length_ < limit_;) {
+  for (const char *const end = text + size; text < end && !cut_;) {
     const auto *bytes = reinterpret_cast<const unsigned char *>(text);
     const Character character = decode(bytes);
     if (is_control(character.code) || character.code == '\\') {
       put_escape(*bytes);
       ++text;
-    } else if (character.length == 1) {
-      text_[length_++] = *text++;
     } else {
       add(text, character.length);
       text += character.length;

@@ -9,7 +9,8 @@
 // A line under construction.  Whatever is put into it, it is one line, and moves nobody's terminal:
 // control characters become escapes, \n, \t, \r, or \x and two digits for any other byte, and a
 // backslash becomes \\, so that an escape is never mistaken for text.  Well-formed UTF-8 stays.
-// What does not fit is cut, ahead of the first character or escape that goes beyond the end.
+// A line that is too long is cut after the last whole character or escape that leaves room for
+// "...", with which it then ends.
 class Line {
  public:
   // Appends printf-style text.
@@ -34,10 +35,10 @@ class Line {
   void add(const char *bytes, size_t size);
   void put_escape(unsigned char byte);
 
-  // The end is for the newline.
   char text_[2048];
   size_t length_ = 0;
-  size_t limit_ = sizeof(text_) - 1;
+  size_t last_cut_ = 0;  // the last place at which "..." fits
+  bool cut_ = false;
 };
 
 #endif  // TTY_PLATFORM_LINE_H

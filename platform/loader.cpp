@@ -1,18 +1,20 @@
 // The loader query: does an explicit unload run the calling library's destructor, or the exit of
 // the process?
 //
-// An exit handler tells, provided that it runs ahead of the libraries' destructors.  That is so for
-// a handler set once the program runs.  A handler set by a constructor at program start runs behind
-// the destructors, so that it tells nothing; but the program, and a library that it has been
-// started with, is never unloaded: only the exit of the process runs its destructor.  So one fact
-// answers for those, and the handler for libraries that are opened later.
+// An exit handler tells, provided that it runs before the libraries' destructors.  That is so for a
+// handler set once the program runs.  A handler set by a constructor at program start runs after
+// the destructors and tells nothing; but the program, and a library that it was started with, is
+// never unloaded: only the exit of the process runs its destructor.  So one fact answers for those,
+// and the handler for libraries that are opened later.
 //
-// A host may bring any of the services, so that the handler is set without a call of one.  Where
-// the stand-in is opened later itself, its constructor sets it.  Where the program has been started
-// with the stand-in, the end of the main thread does, which exit(3) runs ahead of all handlers.  In
-// case that it is another thread that exits, the services that a library calls when it is loaded
-// set it as well.  (For a library that a constructor opens before the program runs, that is too
-// early: its exit is taken for an unload.)
+// A host may bring any of the services, so the handler is set without a call of one.  If the
+// stand-in is opened later itself, its constructor sets it.  If the program was started with the
+// stand-in, the end of the main thread does: exit(3) runs it before all handlers.  Another thread
+// may exit instead; so the services that a library calls when it is loaded set a handler too.
+//
+// Two exits are taken for an unload: that by another thread than main, if a constructor opened the
+// library before main, or if the host brings all the services that set the handler.  And an unload
+// by an exit handler that was set before the handler here is taken for the exit.
 
 #include <dlfcn.h>
 #include <link.h>
@@ -108,9 +110,8 @@ bool part_of_program_start(const void *address) {
 
 void set_handler() { watching = atexit(note_exit) == 0; }
 
-void set_handler_at_thread_end(void * /*unused*/) {
-  if (!watching) set_handler();
-}
+// Sets a handler again if a constructor has set one too early.
+void set_handler_at_thread_end(void * /*unused*/) { set_handler(); }
 
 __attribute__((constructor)) void watch_from_start() {
   if (!part_of_program_start(&watching)) {

@@ -1,10 +1,11 @@
 // The system-message logger: formats a message by its record and gives it to syslog(3), with a copy
 // on standard error.
 //
-// Messages of a kind, those that share a limit record, are raised ten times within ten seconds from
-// the first one on, and then left out until these are over.  How many were left out is told ahead
-// of the kind's next message, and when the process ends or unloads the logger.  A critical message
-// is always raised, and so is one whose record names no limit.
+// At most ten messages of a kind, those that share a limit record, are raised in ten seconds; the
+// rest are counted and dropped.  How many were dropped is told before the kind's next message, and
+// when the process ends or unloads the logger.  A critical message is always raised, and so is one
+// whose record names no limit.  If the message before a critical one was dropped, it is raised
+// after all: it may be the reason.
 
 #include <stdarg.h>
 #include <string.h>
@@ -18,6 +19,7 @@
 namespace {
 
 constexpr int kCritical = 2;
+constexpr int kError = 3;
 constexpr uint32_t kMaxRaised = 10;
 constexpr int64_t kWindow = 10'000'000'000;  // nanoseconds
 
@@ -33,6 +35,8 @@ static_assert(sizeof(Limit) == sizeof(tty_db_msg_limit_type));
 // Guards the limits and what follows.
 pthread_mutex_t message_lock = PTHREAD_MUTEX_INITIALIZER;
 uint32_t num_untold = 0;  // messages that have been left out, of all kinds, and not told yet
+Line latest;              // the latest message, if it was left out
+bool latest_left_out = false;
 
 // syslog(3) has a lock of its own, which a child of fork finds taken if a thread has been inside.
 unsigned num_in_syslog = 0;
@@ -40,7 +44,7 @@ bool has_syslog = true;
 
 // Counts a message in.  Returns whether it is raised; then `left_out` is how many of its kind have
 // been left out before, and not been told.
-bool within_limit(tty_db_msg_limit_type *record, uint32_t *left_out) {
+bool within_limit(tty_db_msg_limit_type *record, const Line &line, uint32_t *left_out) {
   timespec time;
   clock_gettime(CLOCK_MONOTONIC, &time);
   const int64_t now = time.tv_sec * int64_t{1'000'000'000} + time.tv_nsec;
@@ -56,12 +60,14 @@ bool within_limit(tty_db_msg_limit_type *record, uint32_t *left_out) {
   }
   ++limit.raised;
   memcpy(record, &limit, sizeof(limit));
-  if (limit.raised <= kMaxRaised) {
+  latest_left_out = limit.raised > kMaxRaised;
+  if (!latest_left_out) {
     // What is told of may have been left out by a parent process.
     num_untold -= *left_out < num_untold ? *left_out : num_untold;
     return true;
   }
   ++num_untold;
+  latest = line;
   return false;
 }
 
@@ -87,6 +93,7 @@ void raise(int severity, Line &line) {
 void begin_child() {
   if (num_in_syslog != 0) has_syslog = false;
   num_untold = 0;  // what the parent has left out is not the child's to tell
+  latest_left_out = false;
 }
 
 __attribute__((constructor)) void prepare() { survive_fork<message_lock, begin_child>(); }
@@ -102,7 +109,17 @@ __attribute__((destructor)) void tell_untold() {
   if (untold == 0) return;
   Line line;
   line.print("System messages: %u more were left out", untold);
-  raise(kCritical + 1, line);
+  raise(kError, line);
+}
+
+// Takes the latest message back in, if it was left out.  Returns whether it was.
+bool take_latest(Line *line) {
+  const Lock lock(message_lock);
+  if (!latest_left_out) return false;
+  latest_left_out = false;
+  --num_untold;
+  *line = latest;
+  return true;
 }
 
 }  // namespace
@@ -110,23 +127,27 @@ __attribute__((destructor)) void tell_untold() {
 int kel_errmsg(const void *record, int severity, ...) {
   const ServiceCall call;
   const auto *message = static_cast<const tty_db_msg_rec_type *>(record);
-  uint32_t left_out = 0;
-  if (severity <= kCritical) {
-    tell_untold();  // the process may end without its destructors
-  } else if (message->limit != nullptr && !within_limit(message->limit, &left_out)) {
-    return 0;
-  }
-  if (left_out != 0) {
-    Line line;
-    line.print("%s %s: %u more were left out", message->facility, message->mnemonic, left_out);
-    raise(severity, line);
-  }
   Line line;
   line.print("%s %s: ", message->facility, message->mnemonic);
   va_list args;
   va_start(args, severity);
   line.print_list(message->format, args);
   va_end(args);
+
+  uint32_t left_out = 0;
+  if (severity <= kCritical) {
+    Line reason;
+    const bool has_reason = take_latest(&reason);
+    tell_untold();  // the process may end without its destructors
+    if (has_reason) raise(kError, reason);
+  } else if (message->limit != nullptr && !within_limit(message->limit, line, &left_out)) {
+    return 0;
+  }
+  if (left_out != 0) {
+    Line told;
+    told.print("%s %s: %u more were left out", message->facility, message->mnemonic, left_out);
+    raise(severity, told);
+  }
   raise(severity, line);
   return 0;
 }

@@ -27,7 +27,7 @@ typedef struct ptd_mutex_block {
 } ptd_mutex_block;
 
 /** The waiting threads, latest first, for a debugger; a running program calls
- * ptd_list_mutex_blocks(). */
+ * ptd_list_mutex_blocks().  Empty in a child of fork, until its own threads wait. */
 extern TTY_PLATFORM_API ptd_mutex_block *ptd_mutex_block_list;
 
 /**

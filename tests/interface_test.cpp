@@ -178,7 +178,7 @@ TEST(Interface, InternalRoutinesAssertWhatTheyRequireAndLeaveUnharmed) {
       {CALL(add(db, 0, sizeof(tty_db_tty_type) - 1, &tty)),
        "entry_size >= sizeof(tty_db_tty_type)|"},
       {CALL(add(db, 0, sizeof(Entry), nullptr)), "tty != NULL|"},
-      {CALL(add(automatic, 0, sizeof(Entry), &tty)), "tty_id <= TTY_PORT_MAX|", "NO_BLOCK"},
+      {CALL(add(automatic, 0, sizeof(Entry), &tty)), "tty_id <= TTY_PORT_MAX|" + past_end},
       {VOID_CALL(tty_db_tty_deregister_internal(db, block, 3)), "tty != NULL|", "OK"},
       {VOID_CALL(tty_db_tty_deregister_internal(db, block, 11)), kNoSlot + "tty != NULL|", "OK"},
       {VOID_CALL(tty_db_tty_deregister_internal(db, nullptr, 3)), "block != NULL|tty != NULL|",
@@ -217,6 +217,60 @@ TEST(Interface, InternalRoutinesAssertWhatTheyRequireAndLeaveUnharmed) {
   EXPECT_EQ(tty_db_iterate_end(iterator), 0u);
   EXPECT_EQ(db.counts(), std::make_pair(1u, 0u));
   EXPECT_EQ(other.counts(), std::make_pair(0u, 0u));
+}
+
+// A block of another database: its own slots tell whether it has lines, traced or not, and neither
+// database is changed.
+TEST(Interface, ABlockOfAnotherDatabaseChangesNothing) {
+  Database db(0);
+  Database other(0);
+  tty_db_block_type *block = db.reserve(0, 0, 10);
+  tty_db_block_type *foreign = other.reserve(0, 0, 10);
+  db.add(0, 5);
+  other.add(0, 7);
+  host::assertions_return(true);
+  for (const bool traced : {false, true}) {
+    host::trace(traced);
+    EXPECT_EQ(tty_db_block_resize(db, foreign, 0, 7, 1), TTY_DB_ERR_TTYS_REGISTERED);
+    EXPECT_EQ(tty_db_block_resize(db, block, 0, 5, 1), TTY_DB_ERR_TTYS_REGISTERED);
+    EXPECT_EQ(tty_db_block_resize(db, foreign, 20, 10, 0), TTY_DB_ERR_INVALID_ARG);
+    EXPECT_EQ(tty_db_block_release(db, foreign, 0), 0u);
+    host::clear();
+    ASSERT_EQ(pthread_rwlock_trywrlock(&db.get()->rwlock), 0);
+    tty_db_tty_deregister_internal(db, foreign, 7);
+    ASSERT_EQ(pthread_rwlock_unlock(&db.get()->rwlock), 0);
+    EXPECT_EQ(host::num_assertions(), 1);
+  }
+  host::trace(false);
+  host::assertions_return(false);
+  EXPECT_EQ(db.lines(), (std::vector<std::pair<uint32_t, uint32_t>>{{0, 5}}));
+  EXPECT_EQ(other.lines(), (std::vector<std::pair<uint32_t, uint32_t>>{{0, 7}}));
+}
+
+// A routine that leaves because of an assertion has traced its entry line, if that could be
+// printed.
+TEST(Interface, RoutinesThatLeaveHaveTracedTheirEntryLine) {
+  Database db(0);
+  tty_db_block_type *block = db.reserve(0, 0, 10);
+  tty_db_iterator_type *iterator = nullptr;
+  uint32_t id = 0;
+  ASSERT_EQ(tty_db_iterate_start(db, 0, 0, 0, 0, &iterator), 0u);
+  host::clear();
+  host::assertions_return(true);
+  host::trace(true);
+  EXPECT_EQ(tty_db_block_resize_internal(nullptr, block, 20, 1), TTY_DB_ERR_INVALID_ARG);
+  EXPECT_EQ(tty_db_iterate_next_internal(iterator, nullptr, &id), TTY_DB_ERR_INVALID_ARG);
+  host::trace(false);
+  host::assertions_return(false);
+  EXPECT_EQ(host::log_text(),
+            "assert tty_db_block_resize_internal: db_h != NULL\n"
+            "block > tty_db_block_resize_internal: Entering ..DB=0: block=.., first=20, num=1, "
+            "old_first=0, old_num=10\n"
+            "assert tty_db_iterate_next_internal: category != NULL\n"
+            "iteration > tty_db_iterate_next_internal: Entering ..iterator=..; next: category=0, "
+            "id=0; end: category=0, id=0\n");
+  EXPECT_TRUE(host::trace_is_sound());
+  EXPECT_EQ(tty_db_iterate_end(iterator), 0u);
 }
 
 // What a caller has written over is reported where it is met, and counts do not fall below zero.

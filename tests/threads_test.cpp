@@ -1,10 +1,13 @@
 // Many threads at once: nothing is lost or counted wrong, who waits for whom, and what ends the
 // process. ThreadSanitizer runs these tests too.
 
+#include <signal.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <functional>
+#include <memory>
 #include <random>
 #include <thread>
 
@@ -112,6 +115,34 @@ TEST(Threads, AWriterGivesUpAfterTenTriesAndAReaderDoesNot) {
   writer.join();
   reader.join();
   EXPECT_EQ(db.counts(), std::make_pair(1u, 2u));
+}
+
+TEST(Threads, NeitherASignalNorACancellationShortensAWritersPauses) {
+  Database db(kAuto);
+  struct sigaction action = {};
+  action.sa_handler = [](int) {};
+  ASSERT_EQ(sigaction(SIGUSR1, &action, nullptr), 0);
+  ASSERT_EQ(pthread_rwlock_rdlock(&db.get()->rwlock), 0);
+  const auto start = std::chrono::steady_clock::now();
+  std::atomic<bool> gave_up{false};
+  std::atomic<bool> ended{false};
+  std::thread writer([&] {
+    const std::shared_ptr<void> at_end(nullptr, [&](void *) { ended = true; });
+    tty_db_tty_type *tty = nullptr;
+    EXPECT_EQ(tty_db_tty_register(db, 0, 1, sizeof(Entry), &tty), TTY_DB_ERR_LOCK_FAILED);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(200));
+    gave_up = true;
+    pthread_testcancel();
+    ADD_FAILURE() << "the cancellation is lost";
+  });
+  ASSERT_EQ(pthread_cancel(writer.native_handle()), 0);
+  while (!ended) {
+    pthread_kill(writer.native_handle(), SIGUSR1);
+    usleep(2000);
+  }
+  writer.join();
+  EXPECT_TRUE(gave_up);
+  EXPECT_EQ(pthread_rwlock_unlock(&db.get()->rwlock), 0);
 }
 
 TEST(Threads, WhateverDeregistersAnEntryWaitsForItsHolder) {

@@ -1,6 +1,7 @@
 // Tests of the C++ interface: that handles own what they should, and that both forms of each
 // operation report what the C operation does.
 #include "tty_db.hpp"
+#include "tty_platform.h"
 
 #include <gtest/gtest.h>
 
@@ -50,7 +51,9 @@ TEST(ErrorCodes, HaveMessagesAndConditions) {
        {errc::no_memory, errc::invalid_argument, errc::wrong_mode, errc::lock_failed,
         errc::lock_init, errc::no_block, errc::overlap, errc::item_exists, errc::tty_exists,
         errc::no_more, errc::no_item, errc::not_registered, errc::ttys_registered}) {
-    EXPECT_TRUE(messages.insert(std::error_code(code).message()).second) << std::error_code(code);
+    const std::string message = std::error_code(code).message();
+    EXPECT_TRUE(messages.insert(message).second) << message;
+    EXPECT_EQ(message, qerr_strerror(static_cast<std::uint32_t>(code)));
   }
   EXPECT_EQ(ttydb::make_error_code(errc::no_memory), std::errc::not_enough_memory);
   EXPECT_EQ(ttydb::make_error_code(errc::lock_failed), std::errc::resource_unavailable_try_again);

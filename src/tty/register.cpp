@@ -3,8 +3,6 @@
 
 #include <stdlib.h>
 
-#include <algorithm>
-
 #include "block/index.h"
 #include "tty/entry.h"
 
@@ -21,24 +19,25 @@ struct Registration {
 };
 
 // Reserves the automatic block that covers an id: TTY_DB_AUTO_BLOCK_SIZE ids from the multiple at
-// or below it, or fewer where they would end past TTY_PORT_MAX.
+// or below it, or TTY_PORT_MAX alone.  Returns what the reservation returns: for an id above
+// TTY_PORT_MAX, that its range is invalid.
 uint32_t reserve_automatic_block(tty_db_speaker op, tty_db_type *db_h, uint32_t category,
                                  uint32_t tty_id, tty_db_block_type **block)
     TTY_DB_REQUIRES_WRITE(db_h) {
+  static_assert(TTY_PORT_MAX % TTY_DB_AUTO_BLOCK_SIZE == 0);
   const uint32_t first_tty = tty_id - tty_id % TTY_DB_AUTO_BLOCK_SIZE;
+  const uint32_t num_ttys = tty_id == TTY_PORT_MAX ? 1 : TTY_DB_AUTO_BLOCK_SIZE;
   TTY_DB_SAY("Creating automatic block starting at ID %lu", first_tty);
-  const uint32_t num_ttys = std::min(TTY_DB_AUTO_BLOCK_SIZE, TTY_PORT_MAX - first_tty + 1);
   return tty_db_block_reserve_internal(db_h, category, first_tty, num_ttys, nullptr, 0, block);
 }
 
-// Finds the block that covers an id, or makes one where the database does that by itself.
-// Returns 0, TTY_DB_ERR_NO_BLOCK, or what the reservation fails with.
+// Finds the block that covers an id, or makes one if the database makes its own blocks.  Returns 0,
+// TTY_DB_ERR_NO_BLOCK, or what the reservation fails with.
 uint32_t find_or_reserve_block(tty_db_speaker op, tty_db_type *db_h, uint32_t category,
                                uint32_t tty_id, Registration *made) TTY_DB_REQUIRES_WRITE(db_h) {
   TTY_DB_SAY("Retrieving block");
   uint32_t rc = tty_db_block_find_block_from_tty_id(db_h, category, tty_id, &made->block);
-  const bool automatic = (db_h->options & TTY_DB_OPT_AUTO_BLOCKS) != 0;
-  if (rc == TTY_DB_ERR_NO_BLOCK && automatic && tty_id <= TTY_PORT_MAX) {
+  if (rc == TTY_DB_ERR_NO_BLOCK && (db_h->options & TTY_DB_OPT_AUTO_BLOCKS) != 0) {
     rc = reserve_automatic_block(op, db_h, category, tty_id, &made->block);
     made->block_created = rc == 0;
   }

@@ -49,16 +49,19 @@ check_services() {
   check platform TTY_ASSERT=other assert=a "$failed a"$'\nstatus 134'
   check platform '' 'texts register=1201 texts register=1200 texts' '0 2 0 0 13'
 
-  # What fits a line of 2048 bytes, the newline included.
+  # A line has 2048 bytes, the newline included.  One that is longer ends with "...", after a whole character.
   # shellcheck disable=SC2046 # the numbers are words
   text=$(printf 'x%.0s' $(seq $((2044 - ${#failed}))))
-  for case in $'\n=\\n' $'x\n=x' xé=x $'x\xed\xbf\xbf=x\xed'; do
-    check platform TTY_ASSERT=report "assert=$text${case%=*}z" "$failed $text${case#*=}"
+  check platform TTY_ASSERT=report "assert=$text"$'\n' "$failed $text\n"
+  for case in "${text}xyz" "${text%x}éyz" "$text"$'\nz'; do
+    check platform TTY_ASSERT=report "assert=$case" "$failed ${text%x}..."
   done
 
-  check platform '' 'flood=3 flood=5 flood=4 flood=2' '220 HOST MESSAGE: flood (16)
-1 System messages: 180 more were left out' '| sort | uniq -c'
-  check platform '' 'flood=3 raise=2x assert=a' $'1\nstatus 134' '| grep -c "^System messages: 90"'
+  check platform '' 'flood=3 flood=5 flood=4 flood=2' '221 HOST MESSAGE: flood (16)
+1 System messages: 179 more were left out' '| sort | uniq -c'
+  # The message before a critical one was left out, and is raised after all: it may be the reason.
+  check platform '' 'flood=3 raise=3reason raise=2end assert=a' $'System messages: 90 more were left out
+HOST MESSAGE: reason (16)\nHOST MESSAGE: end (16)\n'"$failed a"$'\nstatus 134' '| tail -n 4'
   check platform '' 'flood=3,20000' '10 HOST MESSAGE: flood (16)
 1 System messages: 79990 more were left out' '| sort | uniq -c'
   check platform '' 'syslog=2 raise=2a raise=3b syslog=3 raise=2a raise=3b child raise=3c' \
@@ -156,6 +159,8 @@ check_loader() {
   check platform "LD_PRELOAD=${own}clock_gettime.so:${own}localtime_r.so TTY_TRACE_FILE=" \
     'start flood=4,0 trace= child trace=' $'0.30.00.500000\n0.30.00.600000\n0.30.00.600000' '| cut -c 2-15 | tr : .'
   check linked "LD_PRELOAD=$cleanup" exit_in_thread ''
+  # Opened by a constructor, before the program runs.
+  check platform "LD_PRELOAD=$cleanup:$programs/libopen_early.so" nap=0 ''
   check linked "LD_PRELOAD=$cleanup" "load=${own}tty_trace.so exit_in_thread" ''
   check linked "LD_PRELOAD=$cleanup" 'texts open close texts' '13 13'
   check bare "LD_PRELOAD=$cleanup" "load=$programs/../../libttyplatform.so.1 close_at_exit open" cleanup-db
