@@ -100,9 +100,9 @@ namespace {
 // By the index.
 uint32_t look_up_line(const tty_db_iterator_type *iterator_h)
     TTY_DB_REQUIRES_READ(iterator_h->db_h) {
-  const tty_db_type *db = iterator_h->db_h;
-  if (db->block_lists[iterator_h->next_category] == nullptr) return TTY_DB_NUM_IDS;
-  return tty_db_index_next_registered(db, iterator_h->next_category, iterator_h->next_id);
+  const uint32_t category = iterator_h->next_category;
+  if (iterator_h->db_h->block_lists[category] == nullptr) return TTY_DB_NUM_IDS;
+  return tty_db_index_next_registered(iterator_h->db_h, category, iterator_h->next_id);
 }
 
 // Finds the next registered line, from the iterator's category on, and moves the position past it.
