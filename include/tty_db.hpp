@@ -29,6 +29,10 @@
 #ifndef TTY_DB_HPP
 #define TTY_DB_HPP
 
+#if __cplusplus < 201703L
+#error "tty_db.hpp needs C++17"
+#endif
+
 #include <cstddef>
 #include <cstdint>
 #include <exception>

@@ -12,6 +12,8 @@
 #include <time.h>
 #include <unistd.h>
 
+static_assert(sizeof(off_t) == 8, "files grow larger than 2 GiB");
+
 namespace {
 
 // A process that has begun without standard error gives descriptor 2 to a file that it opens, which

@@ -76,6 +76,7 @@ void open_output() {
     Line line;
     line.print("TTY_TRACE_FILE: %s: %s", path, strerror(errno));
     line.report();
+    if (fd >= 0) close(fd);
     return;
   }
   if (!S_ISFIFO(output.file.st_mode)) fcntl(fd, F_SETFL, O_APPEND);  // blocks, as a terminal should
@@ -155,7 +156,8 @@ void turn_on_wanted(const char *name, Client *client) {
   });
 }
 
-// Appends printf-style text whose integers are all 64-bit words, whatever their directives say.
+// Appends printf-style text whose arguments are strings and 64-bit words, whatever their directives
+// say.
 void put_words(Line &line, const char *format, va_list args) {
   for (const char *rest = format;; ++rest) {
     const size_t plain = strcspn(rest, "%");

@@ -6,9 +6,10 @@
  * provides first is what runs.  libttyplatform is the stand-in for a host that has no services of
  * its own; a host that has them replaces that library, or defines single functions in its program.
  *
- * Any thread may call any service at any time, but for tty_debug_initialize(), tty_debug_cleanup()
- * and qerr_register_dll(), which the library calls from its load and unload hooks.  The library has
- * locks when it calls one: a service is no cancellation point, and does not call the library.
+ * The library calls tty_debug_initialize(), tty_debug_cleanup(), qerr_register_dll() and
+ * __in_dlclose() from its load and unload hooks alone, any other service from any thread at any
+ * time.  It holds locks when it calls one: a service is no cancellation point, and does not call
+ * the library.
  */
 #ifndef TTY_PLATFORM_H
 #define TTY_PLATFORM_H
@@ -70,8 +71,8 @@ TTY_PLATFORM_API void tty_debug_cleanup(const char *name, tty_trace_context *con
  * @param kind 0: a line inside a routine, 1: a routine's first line, 2: its last
  * @param routine where the line comes from
  * @param line its number in the source
- * @param format printf-style, with the conversions s, d, lu, X and x; every integer is passed as a
- *   64-bit word and every pointer as a pointer, whatever its conversion
+ * @param format printf-style, with the conversions s, d, lu, X and x; the string of an s is passed
+ *   as a pointer, every other argument as a 64-bit word, on 32-bit machines too
  */
 TTY_PLATFORM_API void tty_trace(tty_trace_category *category, int level, int flags,
                                 uintptr_t registration, int kind, const char *routine, int line,

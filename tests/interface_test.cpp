@@ -6,6 +6,7 @@
 #include "block/lookup.h"
 #include "block/release.h"
 #include "frame/messages.h"
+#include "item/item.h"
 #include "support/database.h"
 #include "tty/entry.h"
 
@@ -53,6 +54,9 @@ TEST(Interface, BadArgumentsAreRejectedEachWithItsLine) {
   Database automatic(kAuto);
   tty_db_block_type *live = db.reserve(0, 0, 10);
   tty_db_tty_type *entry = db.add(0, 5);
+  const size_t head = sizeof(tty_db_tty_type);
+  const size_t node = sizeof(tty_db_item_type);
+  const size_t too_much = sizeof(size_t) == 8 ? SIZE_MAX / 2 - 100 : SIZE_MAX - 100;
   Handles w;
   const std::vector<Rejection> bad_arguments = {
       {CALL(tty_db_create(4, &w.db)), "Invalid options argument|"},
@@ -83,9 +87,9 @@ TEST(Interface, BadArgumentsAreRejectedEachWithItsLine) {
        "NULL DB handle|NULL Details pointer|"},
       {CALL(tty_db_block_details_from_tag(automatic, nullptr, &w.details)), kAutomatic,
        "WRONG_MODE"},
-      {CALL(tty_db_tty_register(nullptr, 6, 10001, sizeof(tty_db_tty_type) - 1, nullptr)),
-       "NULL DB handle|Invalid category 6|Invalid TTY Id 10001|"
-       "Invalid entry size 55 (need 56)|NULL TTY handle|"},
+      {CALL(tty_db_tty_register(nullptr, 6, 10001, head - 1, nullptr)),
+       "NULL DB handle|Invalid category 6|Invalid TTY Id 10001|Invalid entry size " +
+           std::to_string(head - 1) + " (need " + std::to_string(head) + ")|NULL TTY handle|"},
       {CALL(tty_db_tty_deregister(nullptr, 6, 10001)),
        "NULL DB handle|Invalid category 6|Invalid TTY Id 10001|"},
       {CALL(tty_db_tty_retrieve(nullptr, 6, 10001, nullptr)),
@@ -98,9 +102,10 @@ TEST(Interface, BadArgumentsAreRejectedEachWithItsLine) {
       {CALL(tty_db_item_get(entry, 1, nullptr)), "NULL item output pointer|"},
       {CALL(tty_db_item_destroy(nullptr, 1)), "NULL TTY entry pointer|"},
       {CALL(tty_db_item_create(entry, 1, SIZE_MAX, &w.item)),
-       "malloc(15) of item list structure failed|", "NO_MEMORY"},
-      {CALL(tty_db_item_create(entry, 1, SIZE_MAX / 2 - 100, &w.item)),
-       "malloc(9223372036854775723) of item list structure failed|", "NO_MEMORY"},
+       "malloc(" + std::to_string(node - 1) + ") of item list structure failed|", "NO_MEMORY"},
+      {CALL(tty_db_item_create(entry, 1, too_much, &w.item)),
+       "malloc(" + std::to_string(too_much + node) + ") of item list structure failed|",
+       "NO_MEMORY"},
       {CALL(tty_db_iterate_start(nullptr, 6, 10001, 7, 10002, nullptr)),
        "NULL DB handle|Invalid start category 6|Invalid start Id 10001|"
        "Invalid end category 7|Invalid end Id 10002|NULL iterator handle output variable|"},

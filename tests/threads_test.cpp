@@ -186,7 +186,6 @@ void release_by_another_thread() {
 }
 
 TEST(ThreadsDeathTest, OnlyTheHolderGivesAnEntryBack) {
-  testing::GTEST_FLAG(death_test_style) = "threadsafe";
   EXPECT_DEATH(release_by_another_thread(),
                "KERNEL_ERROR .*Release TTY lock \\(1\\)\nmessage PANIC The TTY DB library has "
                "encountered a critical error and must restart the process");

@@ -8,6 +8,8 @@
 #undef NDEBUG  // the assertion below is part of every build type
 #include <assert.h>
 
+static_assert(sizeof(time_t) == 8, "the clock is read after 2038, too");
+
 int tty_db_rwlock_trywrlock(pthread_rwlock_t *rwlock) {
   const int error = pthread_rwlock_trywrlock(rwlock);
   if (error != EBUSY) return error;

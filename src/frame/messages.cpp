@@ -7,11 +7,13 @@
 #include <stdlib.h>
 #include <string.h>
 
+// The layout that loggers know, for pointers of either size.
+constexpr size_t kPointer = sizeof(void *);
 static_assert(sizeof(tty_db_msg_limit_type) == 32);
-static_assert(sizeof(tty_db_msg_rec_type) == 72);
-static_assert(offsetof(tty_db_msg_rec_type, mnemonic) == 40);
-static_assert(offsetof(tty_db_msg_rec_type, severity) == 50);
-static_assert(offsetof(tty_db_msg_rec_type, id) == 64);
+static_assert(offsetof(tty_db_msg_rec_type, mnemonic) == 5 * kPointer);
+static_assert(offsetof(tty_db_msg_rec_type, severity) == 6 * kPointer + 2);
+static_assert(offsetof(tty_db_msg_rec_type, id) == 6 * kPointer + 16);
+static_assert(sizeof(tty_db_msg_rec_type) == 6 * kPointer + 24);
 
 namespace {
 

@@ -50,15 +50,17 @@ inline bool tty_db_trace_on(tty_db_trace_category category) {
          tty_db_trace_ctx->categories[category].enabled != 0;
 }
 
-// What the trace facility reads: every integer as a 64-bit word, every pointer as a pointer.
+// What the trace facility reads: a string as a pointer, everything else as a 64-bit word.
 template <typename T>
 auto tty_db_trace_word(T value) {
-  if constexpr (std::is_integral_v<T> && std::is_signed_v<T>) {
-    return static_cast<int64_t>(value);
-  } else if constexpr (std::is_integral_v<T>) {
-    return static_cast<uint64_t>(value);
-  } else {
+  if constexpr (std::is_same_v<T, const char *> || std::is_same_v<T, char *>) {
     return value;
+  } else if constexpr (std::is_pointer_v<T>) {
+    return uint64_t{reinterpret_cast<uintptr_t>(value)};
+  } else if constexpr (std::is_signed_v<T>) {
+    return int64_t{value};
+  } else {
+    return uint64_t{value};
   }
 }
 

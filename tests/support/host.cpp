@@ -1,6 +1,5 @@
 #include "support/host.h"
 
-#include <sched.h>
 #include <semaphore.h>
 #include <stdarg.h>
 #include <stdio.h>
@@ -26,7 +25,10 @@ class HostLock {
  public:
   HostLock() { sem_init(&free_, 0, 1); }
   void lock() {
-    while (sem_trywait(&free_) != 0) sched_yield();
+    int cancel_state;
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancel_state);
+    sem_wait(&free_);
+    pthread_setcancelstate(cancel_state, nullptr);
   }
   void unlock() { sem_post(&free_); }
 
@@ -69,10 +71,11 @@ void record(const std::string &entry) {
   records().log.push_back(entry);
 }
 
-std::string pointer_name(const void *pointer) {
-  if (pointer == nullptr) return "0";
+std::string pointer_name(uint64_t word) {
+  if (word == 0) return "0";
   const Guard guard(records().lock);
-  const auto found = records().names.find(pointer);
+  const auto found =
+      records().names.find(reinterpret_cast<const void *>(static_cast<uintptr_t>(word)));
   return found != records().names.end() ? found->second : "..";
 }
 
@@ -95,7 +98,7 @@ std::string format_words(const char *format, va_list args) {
     if (*c == 'd') text += std::to_string(va_arg(args, long long));
     if (*c == 'u') text += std::to_string(va_arg(args, unsigned long long));
     if (*c == 'x') text += hexadecimal(va_arg(args, unsigned long long));
-    if (*c == 'X') text += pointer_name(va_arg(args, const void *));
+    if (*c == 'X') text += pointer_name(va_arg(args, uint64_t));
   }
   return text;
 }
@@ -241,7 +244,18 @@ void ptd_unset_mutex_block(void) {
 
 int __in_dlclose(void) { return 0; }
 
-// The calls of the library's that can be made to fail.  The linker hands them here (--wrap).
+// The calls of the library's that can be made to fail.  The linker hands them here (--wrap), by the
+// names that they have in the C library.
+#if __SIZEOF_POINTER__ == 4
+#define MMAP "mmap64"
+#define CLOCK_GETTIME "__clock_gettime64"
+#define TIMEDWRLOCK "__pthread_rwlock_timedwrlock64"
+#else
+#define MMAP "mmap"
+#define CLOCK_GETTIME "clock_gettime"
+#define TIMEDWRLOCK "pthread_rwlock_timedwrlock"
+#endif
+
 namespace {
 
 struct {
@@ -344,7 +358,10 @@ void __wrap_free(void *pointer) {
   __real_free(pointer);
 }
 
-void *__real_mmap(void *where, size_t size, int access, int flags, int fd, off_t offset);
+void *__real_mmap(void *where, size_t size, int access, int flags, int fd,
+                  off_t offset) asm("__real_" MMAP);
+void *__wrap_mmap(void *where, size_t size, int access, int flags, int fd,
+                  off_t offset) asm("__wrap_" MMAP);
 int __real_munmap(void *memory, size_t size);
 
 void *__wrap_mmap(void *where, size_t size, int access, int flags, int fd, off_t offset) {
@@ -361,17 +378,20 @@ int __wrap_munmap(void *memory, size_t size) {
   return __real_munmap(memory, size);
 }
 
-#define WRAP(function, parameters, arguments) \
-  int __real_##function parameters;           \
-  int __wrap_##function parameters {          \
-    if (fails(#function)) return fault.error; \
-    return __real_##function arguments;       \
+#define WRAP(function, parameters, arguments) WRAP_AS(#function, function, parameters, arguments)
+#define WRAP_AS(symbol, function, parameters, arguments)  \
+  int __real_##function parameters asm("__real_" symbol); \
+  int __wrap_##function parameters asm("__wrap_" symbol); \
+  int __wrap_##function parameters {                      \
+    if (fails(#function)) return fault.error;             \
+    return __real_##function arguments;                   \
   }
 
 WRAP(pthread_rwlock_init, (pthread_rwlock_t * lock, const pthread_rwlockattr_t *attr), (lock, attr))
 WRAP(pthread_rwlock_rdlock, (pthread_rwlock_t * lock), (lock))
 WRAP(pthread_rwlock_trywrlock, (pthread_rwlock_t * lock), (lock))
-WRAP(pthread_rwlock_timedwrlock, (pthread_rwlock_t * lock, const timespec *when), (lock, when))
+WRAP_AS(TIMEDWRLOCK, pthread_rwlock_timedwrlock, (pthread_rwlock_t * lock, const timespec *when),
+        (lock, when))
 WRAP(pthread_rwlock_unlock, (pthread_rwlock_t * lock), (lock))
 WRAP(pthread_rwlock_destroy, (pthread_rwlock_t * lock), (lock))
 WRAP(pthread_mutexattr_init, (pthread_mutexattr_t * attr), (attr))
@@ -390,7 +410,7 @@ WRAP(pthread_mutex_trylock, (pthread_mutex_t * lock), (lock))
 WRAP(pthread_mutex_lock, (pthread_mutex_t * lock), (lock))
 WRAP(pthread_mutex_unlock, (pthread_mutex_t * lock), (lock))
 WRAP(pthread_mutex_destroy, (pthread_mutex_t * lock), (lock))
-WRAP(clock_gettime, (clockid_t clock, timespec *when), (clock, when))
+WRAP_AS(CLOCK_GETTIME, clock_gettime, (clockid_t clock, timespec *when), (clock, when))
 
 int __real_usleep(useconds_t duration);
 int __wrap_usleep(useconds_t duration) {
