@@ -55,8 +55,8 @@ install(CODE "
   set(LIBDIR ${CMAKE_INSTALL_LIBDIR})
   set(INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR})
   foreach(package ttydb ttyplatform)
-    configure_file(${PROJECT_SOURCE_DIR}/cmake/\${package}.pc.in ${PROJECT_BINARY_DIR}/\${package}.pc @ONLY)
-    file(INSTALL ${PROJECT_BINARY_DIR}/\${package}.pc
-      DESTINATION \${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+    set(made \"${PROJECT_BINARY_DIR}/\${package}.pc\")
+    configure_file(\"${PROJECT_SOURCE_DIR}/cmake/\${package}.pc.in\" \"\${made}\" @ONLY)
+    file(INSTALL \"\${made}\" DESTINATION \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/pkgconfig\")
   endforeach()
 " COMPONENT development)

@@ -110,14 +110,21 @@ def tag(details):
     return "none" if int(name) == 0 else name.format_string(address=False, styling=False)
 
 
+def byte_order():
+    return "big" if "big endian" in gdb.execute("show endian", to_string=True) else "little"
+
+
 def entries(block):
     """The ids of a block's slots that hold an entry, with the addresses of the entries."""
     slots = block["ttys"]
     if int(slots) == 0:
         return
     capacity = min(int(block["details"]["capacity"]), MAX_IDS)
-    memory = gdb.selected_inferior().read_memory(int(slots), capacity * slots.type.target().sizeof)
-    for index, entry in enumerate(memoryview(memory.tobytes()).cast("N")):
+    size = slots.type.target().sizeof
+    memory = bytes(gdb.selected_inferior().read_memory(int(slots), capacity * size))
+    order = byte_order()
+    for index in range(capacity):
+        entry = int.from_bytes(memory[index * size:(index + 1) * size], order)
         if entry != 0:
             yield int(block["details"]["first_tty"]) + index, entry
 
@@ -184,7 +191,7 @@ class BlockPrinter(Printer):
 class EntryPrinter(Printer):
     def parts(self, tty):
         yield "lock", "held by " + mutex_holder(tty["lock"])
-        yield "lock_owner", thread_of_handle(tty["lock_owner"])
+        yield "lock_owner", attempt(lambda: thread_of_handle(tty["lock_owner"]))
         items = nodes(tty["item_list_head"], "next_item")
         yield "items", listing(str(item["key"]) for item in items)
 

@@ -53,11 +53,14 @@ declare -A provides=(
   [libsmartcols-dev]='<libsmartcols/libsmartcols.h>'
 )
 
-# present PACKAGE: says whether the command, the C++ header or the Python module that a package provides is there.
+# present PACKAGE: whether the command, the C++ header, the file or the Python module that a package provides is
+# there.
 present() {
   local what=${provides[$1]:-$1}
   if [[ $what == '<'* ]]; then
     g++ -fsyntax-only -x c++ - <<<"#include $what" 2>/dev/null
+  elif [[ $what == /* ]]; then
+    [[ -e $what ]]
   elif [[ $what == 'import '* ]]; then
     /usr/bin/python3 -c "$what" 2>/dev/null
   else

@@ -378,7 +378,7 @@ TEST(Interface, OutputsAfterAFailureAreSetOrUntouched) {
   tty_db_block_details_type details = {6, 6, 6, "", 6, 6, stale<tty_db_block_type>()};
   EXPECT_EQ(tty_db_block_details_from_tty(db, 6, 0, &details), TTY_DB_ERR_INVALID_ARG);
   EXPECT_EQ(fields(details), fields({}));
-  for (const uint32_t size : {0, 64}) {
+  for (const uint32_t size : {0u, 64u}) {
     auto *tty = stale<tty_db_tty_type>();
     EXPECT_NE(tty_db_tty_register(db, 0, 15, size, &tty), 0u);
     EXPECT_EQ(tty, nullptr);

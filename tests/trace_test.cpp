@@ -44,7 +44,7 @@ void manual_blocks(Handles &w) {
   tty_db_block_details_from_tty(w.db, 1, 13, &w.details);
   tty_db_block_details_from_tag(w.db, "tag", &w.details);
   tty_db_block_resize(w.db, w.block, 20, 1, TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG);
-  for (const uint32_t size : {2, 3}) {
+  for (const uint32_t size : {2u, 3u}) {
     host::fail_call(1, "calloc");
     tty_db_block_resize(w.db, w.block, 20, size, 0);
   }

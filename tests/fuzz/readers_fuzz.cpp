@@ -21,8 +21,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const Class place = classify(text, "serial");
   sound =
       sound && place.number.has_value() == (place.category != kOther) && place.category <= kOther;
-  for (const unsigned char byte : printable(text))
-    sound = sound && (byte >= 128 || (byte >= ' ' && byte < 127));
+  for (const char byte : printable(text)) {
+    const auto code = static_cast<unsigned char>(byte);
+    sound = sound && (code >= 128 || (code >= ' ' && code < 127));
+  }
   if (!sound || valid(printable(text)) != printable(text)) std::abort();
   return 0;
 }

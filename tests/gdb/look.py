@@ -84,7 +84,7 @@ try:
     gdb.execute("up")
 except gdb.error as error:
     print("skipped: GDB may not run a program here: %s" % error)
-    gdb.execute("quit")
+    gdb.execute("quit 77")
 if libraries:
     check(STRIPPED)
 else:

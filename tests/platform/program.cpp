@@ -128,7 +128,7 @@ void do_texts(const char *) {
   printf("%d ", texts);
 }
 
-void do_register(const char *component) { printf("%d ", qerr_register_dll(atoi(component), "")); }
+void do_register(const char *component) { printf("%d ", qerr_register_dll(static_cast<uint32_t>(atoi(component)), "")); }
 void do_start(const char *report) {
   static const char *const kNames[] = {"global", "block", "tty", nullptr};
   enabled = 2;
@@ -139,7 +139,7 @@ void do_start(const char *report) {
   printf("%d%s ", static_cast<int>(enabled), getauxval(AT_SECURE) != 0 ? " secure" : "");
 }
 void do_end(const char *) { tty_debug_cleanup("db", context, enabled); }
-void do_nap(const char *seconds) { sleep(atoi(seconds)); }
+void do_nap(const char *seconds) { sleep(static_cast<unsigned>(atoi(seconds))); }
 void do_trace(const char *text) { trace(text); }
 void do_cut(const char *) { tty_trace(context->categories, 5, 0, 0, 1, "routine", 12, "cut%"); }
 void do_assert(const char *text) { tty_ltrace_assert("routine", 7, text); }
