@@ -1,4 +1,6 @@
 /* Deregistering lines that other threads are using all the time. */
+#define _POSIX_C_SOURCE 200809L /* nanosleep, in strict C too */
+
 #include <pthread.h>
 #include <stdatomic.h>
 #include <stdio.h>

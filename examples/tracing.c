@@ -1,6 +1,8 @@
 /* Who waits for whom: the waiting threads, as a watchdog in the process
  * sees them.  The program calls the platform's stand-in, and links it:
  * cc tracing.c $(pkg-config --cflags --libs ttydb ttyplatform) */
+#define _POSIX_C_SOURCE 200809L /* nanosleep, in strict C too */
+
 #include <pthread.h>
 #include <stdio.h>
 #include <stdlib.h>

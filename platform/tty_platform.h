@@ -29,7 +29,8 @@
 extern "C" {
 #endif
 
-/** One trace category of a client.  A client reads `enabled` before it builds a trace line. */
+/** One trace category of a client.  A client reads `enabled` before it builds a trace line; the
+ * facility may change it at any time, by an atomic store. */
 typedef struct tty_trace_category {
   const char *client; /**< the name given to tty_debug_initialize() */
   const char *name;   /**< its own name */
@@ -50,7 +51,8 @@ typedef struct tty_trace_context {
  * @param registration_slot two words of the client's for the facility to use
  * @param flags 0
  * @param[out] context the context; NULL if tracing could not be set up
- * @param[out] enabled the global switch; 0 while no line of any category is wanted
+ * @param[out] enabled the global switch: 0 if no line of any category is ever wanted.  Set for good
+ *   when the call returns
  */
 TTY_PLATFORM_API void tty_debug_initialize(const char *name, uintptr_t registration,
                                            const char *const *categories,

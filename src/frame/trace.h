@@ -1,8 +1,12 @@
 // The trace point: its gate, and the lines behind it.
 //
-// The state behind the gate is written by the load and unload hooks only (see load.cpp), so that it
-// is read without a lock.  While the gate is closed, a trace point costs one load and one branch:
-// nothing of its line is evaluated.
+// While the gate is closed, a trace point costs one load and one branch: nothing of its line is
+// evaluated.  What it reads, it reads without a lock:
+//
+// - The switch and the context are written by the load and unload hooks only (see load.cpp).  The
+//   loader runs them before any thread can call the library, and after the last call has returned.
+// - The host may change a category's `enabled` at any time.  That is one word, read atomically, and
+//   nothing else is ordered by it.
 
 #ifndef TTY_DB_FRAME_TRACE_H
 #define TTY_DB_FRAME_TRACE_H
@@ -47,7 +51,7 @@ inline bool tty_db_tracing() {
 // The trace gate: says whether lines of a category are wanted.
 inline bool tty_db_trace_on(tty_db_trace_category category) {
   return tty_db_tracing() && tty_db_trace_ctx != nullptr &&
-         tty_db_trace_ctx->categories[category].enabled != 0;
+         __atomic_load_n(&tty_db_trace_ctx->categories[category].enabled, __ATOMIC_RELAXED) != 0;
 }
 
 // What the trace facility reads: a string as a pointer, everything else as a 64-bit word.

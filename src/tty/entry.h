@@ -4,6 +4,10 @@
 // in turns, by the threads that register and retrieve it; deregistration waits for the holder,
 // destroys the lock and frees the entry.  While registered, an entry is in exactly one slot of one
 // block.
+//
+// What is read or written here without the database lock: the options, which never change after
+// creation; an entry's mutex and items, which its holder keeps from being freed; and lock_owner, a
+// diagnostic word that several threads may write at once, and so is written atomically.
 
 #ifndef TTY_DB_TTY_ENTRY_H
 #define TTY_DB_TTY_ENTRY_H

@@ -44,7 +44,7 @@ check_dependencies() {
   same "$2" $'SONAME libttyplatform.so.1\nNEEDED libc.so.6' "$(dynamic "$2")"
 }
 
-# Every header stands alone in the languages that it is for.
+# Every header stands alone in the languages that it is for, and the examples compile in strict C.
 check_headers() {
   local strict=(-Wall -Wextra -pedantic -Werror -fsyntax-only -I"$root/include" -I"$root/platform") header
   for header in tty_db.h tty_platform.h tty_thread_block.h; do
@@ -52,6 +52,7 @@ check_headers() {
     "${CXX:-c++}" -std=c++17 "${strict[@]}" -x c++ - <<<"#include <$header>"
   done
   "${CXX:-c++}" -std=c++17 "${strict[@]}" -x c++ - <<<"#include <tty_db.hpp>"
+  "${CC:-cc}" -std=c11 "${strict[@]}" "$root"/examples/*.c
 }
 
 # README shows two programs as they are in examples/: one whole, of the other a part.
