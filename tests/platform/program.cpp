@@ -128,7 +128,9 @@ void do_texts(const char *) {
   printf("%d ", texts);
 }
 
-void do_register(const char *component) { printf("%d ", qerr_register_dll(static_cast<uint32_t>(atoi(component)), "")); }
+void do_register(const char *component) {
+  printf("%d ", qerr_register_dll(static_cast<uint32_t>(atoi(component)), ""));
+}
 void do_start(const char *report) {
   static const char *const kNames[] = {"global", "block", "tty", nullptr};
   enabled = 2;
