@@ -1,4 +1,4 @@
-// Which category and id a terminal line has, told from its name and the type of its driver.
+// What kind a terminal line is of.
 #ifndef TTYDB_TOOLS_CLASSIFY_H
 #define TTYDB_TOOLS_CLASSIFY_H
 
@@ -7,32 +7,38 @@
 #include <optional>
 #include <string_view>
 
-#include "tty_db.h"
-
 namespace tty_lines {
 
-enum Category : std::uint32_t {
-  kVirtualConsole = 0,
-  kSerial = 1,
-  kUsbSerial = 2,
-  kPseudoTerminal = 3,
-  kVirtualisedConsole = 4,
-  kOther = 5,
+enum Kind : std::uint32_t {
+  kVirtualConsole,
+  kSerial,
+  kUsb,
+  kPseudoTerminal,
+  kVirtualisedConsole,
+  kBluetooth,
+  kOther,
+  kNumKinds,
 };
 
-// What the kinds of lines are called, by category.
-constexpr std::array<const char*, TTY_CATEGORY_MAX + 1> kKinds = {"console", "serial",  "usb",
-                                                                  "pty",     "virtual", "other"};
-
-struct Class {
-  std::uint32_t category;
-  // The number in the name, UINT32_MAX if it is above that; none in kOther, whose ids are given
-  // out.
-  std::optional<std::uint32_t> number;
+struct KindType {
+  const char* name;
+  std::uint32_t category;  // in which its lines are registered
 };
 
-// Classifies a line by its name below /dev.
-Class classify(std::string_view name, std::string_view driver_type);
+constexpr std::array<KindType, kNumKinds> kKinds = {{{"console", 0},
+                                                     {"serial", 1},
+                                                     {"usb", 2},
+                                                     {"pty", 3},
+                                                     {"virtual", 4},
+                                                     {"bluetooth", 5},
+                                                     {"other", 5}}};
+
+// The kind of a line, told from its name below /dev and the type of its driver.  Where the bus of
+// the line is known, that is what tells.
+Kind classify(std::string_view name, std::string_view driver_type);
+
+// The number at the end of a name; none if there is none, or it does not fit.
+std::optional<std::uint32_t> number_in_name(std::string_view name);
 
 }  // namespace tty_lines
 

@@ -15,16 +15,24 @@ namespace tty_lines {
 
 enum Column : std::uint32_t {
   kName,
+  kPath,
   kKind,
   kCategory,
   kId,
   kDevice,
   kDriver,
+  kTtyDriver,
   kOwner,
+  kGroup,
+  kMode,
+  kAccess,
   kSize,
   kSpeed,
   kPid,
   kCommand,
+  kUsers,
+  kLock,
+  kConsole,
   kUart,
   kAddress,
   kIrq,
@@ -32,6 +40,11 @@ enum Column : std::uint32_t {
   kModel,
   kSerialNumber,
   kUsbId,
+  kPort,
+  kInterface,
+  kById,
+  kByPath,
+  kLinks,
   kDetail,
   kLineColumns,  // how many a line has; then those of a block, and of an event
   kFirst = kLineColumns,
@@ -44,6 +57,7 @@ enum Column : std::uint32_t {
 };
 
 struct ColumnType {
+  Column column;
   const char* name;
   const char* help;
   bool number;   // in JSON, and aligned right
@@ -56,7 +70,8 @@ extern const std::array<ColumnType, kAllColumns> kColumns;
 // The text of each column; empty where it is not known.
 using Cells = std::array<std::string, kAllColumns>;
 
-// Finds a column that the user can choose by its name, in any case of letters.
+// Finds a column that the user can choose by its name, in any case of letters, with hyphens or
+// underscores.
 std::optional<Column> find_column(std::string_view name);
 
 // All columns from `first` up to `end`.

@@ -1,54 +1,56 @@
-// The blocks of a registry under manual block management: one for each driver and category, tagged
+// The blocks of a registry under manual block management: each belongs to one driver, is tagged
 // with the driver's name and just large enough for its lines.
 //
-// A driver whose range overlaps that of another driver in its category is displaced: its lines get
-// a block of their own in kOther, where ids are given out.  It stays there until its last line
-// goes.
+// Blocks never overlap.  So a driver whose ids lie on both sides of another's has several blocks.
 #ifndef TTYDB_TOOLS_DRIVER_BLOCKS_H
 #define TTYDB_TOOLS_DRIVER_BLOCKS_H
 
-#include <cstdint>
 #include <map>
-#include <optional>
-#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "claim.h"
+#include "scan.h"
 #include "tty_db.hpp"
 
 namespace tty_lines {
+
+// What tells drivers apart: path and name.
+using DriverKey = std::pair<std::string, std::string>;
+
+inline DriverKey driver_key(const ScannedLine& line) {
+  return {line.driver_path, line.cells[kTtyDriver]};
+}
 
 class DriverBlocks {
  public:
   explicit DriverBlocks(ttydb::database& db) : db_(db) {}
 
-  // Fits the blocks to the claims, which are in order of name and of numbers that an id can have,
-  // and gives each its position in a block, or none if there is no room.  A line whose position
-  // changes is deregistered.  Every line that is registered must have a claim with its current
-  // position.
-  void arrange(std::vector<Claim>& claims, std::vector<std::string>& reports);
+  // Whether a line of a driver can be registered at a position: it is in no other driver's block.
+  bool allows(const DriverKey& driver, ttydb::position at) const;
+
+  // Makes a block of the driver contain a position that allows() has allowed.
+  void cover(const DriverKey& driver, ttydb::position at);
+
+  // Gives up the ids of a block at its ends, or the block, after a line in it was deregistered.
+  void shrink(ttydb::position gone);
 
   // In order of category, then id.
   std::vector<ttydb::block_details> details() const;
 
  private:
-  using Group = std::vector<Claim*>;
   struct Owned {
+    DriverKey driver;
+    ttydb::position last;
     ttydb::block block;
-    bool displaced;
   };
+  using Blocks = std::map<ttydb::position, Owned>;  // by first position
 
-  void shrink(const std::map<DriverKey, Group>& groups);
-  void assign_positions(std::vector<Claim>& claims);
-  std::optional<std::uint32_t> lowest_free_id(const std::set<std::uint32_t>& taken,
-                                              ttydb::block own) const;
-  std::optional<std::uint32_t> lowest_free_run(std::uint32_t count) const;
-  bool fit(const DriverKey& key, const Group& group);
-  void displace(const DriverKey& key, const Group& group);
+  Blocks::const_iterator find(ttydb::position at) const;
+  void resize(Blocks::const_iterator block, ttydb::position first, ttydb::position last);
 
   ttydb::database& db_;
-  std::map<DriverKey, Owned> owned_;
+  Blocks blocks_;
 };
 
 }  // namespace tty_lines

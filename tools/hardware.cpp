@@ -6,6 +6,8 @@
 #include <unistd.h>
 
 #include <array>
+#include <climits>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -17,21 +19,130 @@
 namespace tty_lines {
 namespace {
 
+// By the kernel's numbers.
 constexpr std::pair<std::uint32_t, const char*> kUarts[] = {
-    {PORT_8250, "8250"},       {PORT_16450, "16450"},       {PORT_16550, "16550"},
-    {PORT_16550A, "16550A"},   {PORT_CIRRUS, "Cirrus"},     {PORT_16650, "16650"},
-    {PORT_16650V2, "16650V2"}, {PORT_16750, "16750"},       {PORT_STARTECH, "Startech"},
-    {PORT_16C950, "16C950"},   {PORT_16654, "16654"},       {PORT_16850, "16850"},
-    {PORT_RSA, "RSA"},         {PORT_NS16550A, "NS16550A"}, {PORT_XSCALE, "XScale"},
-    {PORT_TEGRA, "Tegra"},     {PORT_XR17V35X, "XR17V35X"}, {PORT_AMBA, "PL011"},
-    {PORT_ATMEL, "Atmel"},     {PORT_IMX, "i.MX"},          {PORT_UARTLITE, "UARTLITE"},
-};
+    {PORT_8250, "8250"},
+    {PORT_16450, "16450"},
+    {PORT_16550, "16550"},
+    {PORT_16550A, "16550A"},
+    {PORT_CIRRUS, "Cirrus"},
+    {PORT_16650, "16650"},
+    {PORT_16650V2, "16650V2"},
+    {PORT_16750, "16750"},
+    {PORT_STARTECH, "Startech"},
+    {PORT_16C950, "16C950"},
+    {PORT_16654, "16654"},
+    {PORT_16850, "16850"},
+    {PORT_RSA, "RSA"},
+    {PORT_NS16550A, "NS16550A"},
+    {PORT_XSCALE, "XScale"},
+    {PORT_RM9000, "RM9000"},
+    {PORT_OCTEON, "OCTEON"},
+    {PORT_AR7, "AR7"},
+    {PORT_U6_16550A, "U6 16550A"},
+    {PORT_TEGRA, "Tegra"},
+    {PORT_XR17D15X, "XR17D15X"},
+    {PORT_LPC3220, "LPC3220"},
+    {PORT_8250_CIR, "8250 CIR"},
+    {PORT_XR17V35X, "XR17V35X"},
+    {PORT_BRCM_TRUMANAGE, "BRCM TRUMANAGE"},
+    {PORT_ALTR_16550_F32, "ALTR 16550 F32"},
+    {PORT_ALTR_16550_F64, "ALTR 16550 F64"},
+    {PORT_ALTR_16550_F128, "ALTR 16550 F128"},
+    {PORT_RT2880, "RT2880"},
+    {PORT_16550A_FSL64, "16550A FSL64"},
+    {PORT_PXA, "PXA"},
+    {PORT_AMBA, "PL011"},
+    {PORT_CLPS711X, "CLPS711X"},
+    {PORT_SA1100, "SA1100"},
+    {PORT_UART00, "UART00"},
+    {PORT_OWL, "OWL"},
+    {PORT_21285, "21285"},
+    {PORT_SUNZILOG, "SUNZILOG"},
+    {PORT_SUNSAB, "SUNSAB"},
+    {PORT_NPCM, "NPCM"},
+    {PORT_TEGRA_TCU, "TEGRA TCU"},
+    {PORT_ASPEED_VUART, "ASPEED VUART"},
+    {PORT_PCH_8LINE, "PCH 8LINE"},
+    {PORT_PCH_2LINE, "PCH 2LINE"},
+    {PORT_DZ, "DZ"},
+    {PORT_ZS, "ZS"},
+    {PORT_MUX, "MUX"},
+    {PORT_ATMEL, "Atmel"},
+    {PORT_MAC_ZILOG, "MAC ZILOG"},
+    {PORT_PMAC_ZILOG, "PMAC ZILOG"},
+    {PORT_SCI, "SCI"},
+    {PORT_SCIF, "SCIF"},
+    {PORT_IRDA, "IRDA"},
+    {PORT_S3C2410, "S3C2410"},
+    {PORT_IP22ZILOG, "IP22ZILOG"},
+    {PORT_LH7A40X, "LH7A40X"},
+    {PORT_CPM, "CPM"},
+    {PORT_ICOM, "ICOM"},
+    {PORT_S3C2440, "S3C2440"},
+    {PORT_IMX, "i.MX"},
+    {PORT_MPSC, "MPSC"},
+    {PORT_TXX9, "TXX9"},
+    {PORT_S3C2400, "S3C2400"},
+    {PORT_M32R_SIO, "M32R SIO"},
+    {PORT_JSM, "JSM"},
+    {PORT_SUNHV, "SUNHV"},
+    {PORT_S3C2412, "S3C2412"},
+    {PORT_UARTLITE, "UARTLITE"},
+    {PORT_BFIN, "BFIN"},
+    {PORT_SB1250_DUART, "SB1250 DUART"},
+    {PORT_MCF, "MCF"},
+    {PORT_BFIN_SPORT, "BFIN SPORT"},
+    {PORT_MN10300, "MN10300"},
+    {PORT_MN10300_CTS, "MN10300 CTS"},
+    {PORT_SC26XX, "SC26XX"},
+    {PORT_SCIFA, "SCIFA"},
+    {PORT_S3C6400, "S3C6400"},
+    {PORT_NWPSERIAL, "NWPSERIAL"},
+    {PORT_MAX3100, "MAX3100"},
+    {PORT_TIMBUART, "TIMBUART"},
+    {PORT_MSM, "MSM"},
+    {PORT_BCM63XX, "BCM63XX"},
+    {PORT_APBUART, "APBUART"},
+    {PORT_ALTERA_JTAGUART, "ALTERA JTAGUART"},
+    {PORT_ALTERA_UART, "ALTERA UART"},
+    {PORT_SCIFB, "SCIFB"},
+    {PORT_MAX310X, "MAX310X"},
+    {PORT_DA830, "DA830"},
+    {PORT_OMAP, "OMAP"},
+    {PORT_VT8500, "VT8500"},
+    {PORT_XUARTPS, "XUARTPS"},
+    {PORT_AR933X, "AR933X"},
+    {PORT_ARC, "ARC"},
+    {PORT_RP2, "RP2"},
+    {PORT_LPUART, "LPUART"},
+    {PORT_HSCIF, "HSCIF"},
+    {PORT_ASC, "ASC"},
+    {PORT_TILEGX, "TILEGX"},
+    {PORT_MEN_Z135, "MEN Z135"},
+    {PORT_SC16IS7XX, "SC16IS7XX"},
+    {PORT_MESON, "MESON"},
+    {PORT_DIGICOLOR, "DIGICOLOR"},
+    {PORT_SPRD, "SPRD"},
+    {PORT_CRIS, "CRIS"},
+    {PORT_STM32, "STM32"},
+    {PORT_MVEBU, "MVEBU"},
+    {PORT_PIC32, "PIC32"},
+    {PORT_MPS2UART, "MPS2UART"},
+    {PORT_MTK_BTIF, "MTK BTIF"},
+    {PORT_RDA, "RDA"},
+    {PORT_MLB_USIO, "MLB USIO"},
+    {PORT_SIFIVE_V0, "SIFIVE V0"},
+    {PORT_SUNIX, "SUNIX"},
+    {PORT_LINFLEXUART, "LINFLEXUART"},
+    {PORT_SUNPLUS, "SUNPLUS"}};
 
-std::string uart_name(const std::string& type) {
+// The chip of a type; a type that is not in the table is known by its driver.
+std::string uart_name(const std::string& type, const std::string& driver) {
   for (const auto& [number, name] : kUarts) {
     if (type == std::to_string(number)) return name;
   }
-  return "type " + type;
+  return driver.empty() ? "type " + type : driver;
 }
 
 // "0x3F8" as "0x3f8"; empty for zero.
@@ -55,7 +166,7 @@ bool read_serial_port(int directory, const std::string& name, Cells& cells) {
     cells[kDetail] = "no UART found";
     return true;
   }
-  cells[kUart] = uart_name(type);
+  cells[kUart] = uart_name(type, cells[kDriver]);
   cells[kAddress] = address(attribute("/port"));
   if (cells[kAddress].empty()) cells[kAddress] = address(attribute("/iomem_base"));
   const std::uint32_t irq = parse_number(attribute("/irq")).value_or(0);
@@ -73,20 +184,40 @@ bool read_serial_port(int directory, const std::string& name, Cells& cells) {
   return false;
 }
 
-// The port of a USB device that has several: by what it calls the interface, or its number.
+std::string base_name(const std::string& path) { return path.substr(path.rfind('/') + 1); }
+
+// What a symbolic link leads to, or the last part of that; empty if there is no such link.
+std::string link_target(int directory, const std::string& path) {
+  std::array<char, PATH_MAX> target;
+  const ssize_t size = readlinkat(directory, path.c_str(), target.data(), target.size());
+  return size <= 0 ? "" : base_name({target.data(), static_cast<std::size_t>(size)});
+}
+
+// The driver that the device is bound to.  Between a serial port and its device recent kernels have
+// two steps, of drivers that are none of a device.
+std::string find_driver_name(int directory, const std::string& name) {
+  std::string up = name + "/device";
+  std::string driver = link_target(directory, up + "/driver");
+  while (driver == "port" || driver == "ctrl") {
+    up += "/..";
+    driver = link_target(directory, up + "/driver");
+  }
+  return driver;
+}
+
+// The interface of a USB device: its number, and what it calls itself.
 std::string describe_interface(int directory, const std::string& interface, const Cells& cells) {
-  if (interface.empty()) return "";
+  const std::string number = read_line(directory, interface + "/bInterfaceNumber");
+  if (interface.empty() || number.empty()) return "";
+  std::string out = std::to_string(std::strtoul(number.c_str(), nullptr, 16));
   const std::string text = read_line(directory, interface + "/interface");
-  const auto number =
-      std::strtoul(read_line(directory, interface + "/bInterfaceNumber").c_str(), nullptr, 16);
-  const bool telling = !text.empty() && text != cells[kModel];
-  if (number == 0 && !telling) return "";
-  return "interface " + std::to_string(number) + (telling ? ": " + text : "");
+  if (!text.empty() && text != cells[kModel]) out += ": " + text;
+  return out;
 }
 
 // Goes up from the device that the line is on, as far as to a USB device; the interface is just
-// below that.
-void read_usb_device(int directory, const std::string& name, Cells& cells) {
+// below that.  Returns whether there is one.
+bool read_usb_device(int directory, const std::string& name, Cells& cells) {
   constexpr int kMostLevels = 8;
   std::string below;
   std::string up = name + "/device";
@@ -97,24 +228,39 @@ void read_usb_device(int directory, const std::string& name, Cells& cells) {
       cells[kVendor] = attribute("/manufacturer");
       cells[kModel] = attribute("/product");
       cells[kSerialNumber] = attribute("/serial");
+      cells[kPort] =
+          attribute("/devpath").empty() ? "" : attribute("/busnum") + '-' + attribute("/devpath");
+      cells[kInterface] = describe_interface(directory, below, cells);
 
       std::string& detail = cells[kDetail] = cells[kVendor];
       append(detail, " ", cells[kModel].empty() ? "USB " + cells[kUsbId] : cells[kModel]);
-      append(detail, ", ", describe_interface(directory, below, cells));
       append(detail, ", serial ", cells[kSerialNumber]);
-      return;
+      if (cells[kInterface] != "0") append(detail, ", interface ", cells[kInterface]);
+      return true;
     }
     below = up;
     up += "/..";
   }
+  return false;
+}
+
+// A line over Bluetooth tells its other end.
+bool read_bluetooth(int directory, const std::string& name, Cells& cells) {
+  const std::string peer = read_line(directory, name + "/address");
+  if (classify(name, "") != kBluetooth || peer.empty()) return false;
+  cells[kDetail] = peer;
+  append(cells[kDetail], ", channel ", read_line(directory, name + "/channel"));
+  return true;
 }
 
 }  // namespace
 
-bool read_hardware(int directory, const std::string& name, Cells& cells) {
-  const bool without_chip = read_serial_port(directory, name, cells);
-  read_usb_device(directory, name, cells);
-  return without_chip;
+Hardware read_hardware(int directory, const std::string& name, Cells& cells) {
+  cells[kDriver] = find_driver_name(directory, name);
+  Hardware found = {read_serial_port(directory, name, cells), std::nullopt};
+  if (read_usb_device(directory, name, cells)) found.bus = kUsb;
+  if (read_bluetooth(directory, name, cells)) found.bus = kBluetooth;
+  return found;
 }
 
 }  // namespace tty_lines

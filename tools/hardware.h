@@ -2,16 +2,22 @@
 #ifndef TTYDB_TOOLS_HARDWARE_H
 #define TTYDB_TOOLS_HARDWARE_H
 
+#include <optional>
 #include <string>
 
+#include "classify.h"
 #include "columns.h"
 
 namespace tty_lines {
 
-// Fills in the cells of a serial port and of the USB device above a line.  `directory` is the
-// descriptor of /sys/class/tty.  Returns whether the line is a serial
-// port that has no UART.
-bool read_hardware(int directory, const std::string& name, Cells& cells);
+struct Hardware {
+  bool has_no_uart;         // a serial port where none has been found
+  std::optional<Kind> bus;  // the kind that the bus of the line tells
+};
+
+// Fills in the cells of a serial port, and of the device that it is on.  `directory` is the
+// descriptor of /sys/class/tty.
+Hardware read_hardware(int directory, const std::string& name, Cells& cells);
 
 }  // namespace tty_lines
 

@@ -49,6 +49,10 @@ std::vector<Row> difference(const std::vector<Row>& left, const std::vector<Row>
   return rows;
 }
 
+bool is_news(const std::vector<Row>& left, const std::vector<Row>& right) {
+  return !difference(left, right).empty() || !difference(right, left).empty();
+}
+
 void append_new(std::vector<Column>& columns, const std::vector<Column>& more) {
   for (const Column column : more) {
     if (std::find(columns.begin(), columns.end(), column) == columns.end()) {
@@ -75,7 +79,7 @@ Listing::Listing(const Options& options)
       registry_(options.by_driver) {}
 
 std::string Listing::first() {
-  follow();
+  follow(reads_open_files());
   std::string out = options_.by_driver ? blocks() : lines();
   if (for_people_ && options_.headings) out += totals();
   return out;
@@ -84,36 +88,74 @@ std::string Listing::first() {
 std::string Listing::next() {
   const std::vector<Row> before = shown_;
   try {
-    follow();
+    follow(false);
+    // Who has a line open is no event, and so is only read to tell of one.
+    if (reads_open_files() && is_news(before, shown_)) follow(true);
   } catch (const std::exception& failure) {
     if (!std::exchange(failing_, true)) complain(failure);
     return "";
   }
   failing_ = false;
-  const std::vector<Row> gone = difference(before, shown_);
-  const std::vector<Row> come = difference(shown_, before);
-  return gone.empty() && come.empty() ? "" : events(gone, come);
+  return is_news(before, shown_) ? events(difference(before, shown_), difference(shown_, before))
+                                 : "";
 }
 
-// Brings the registry in step with the machine, and tells what cannot be registered as its name
-// asks, when that is new.
-void Listing::follow() {
-  std::vector<std::string> reports = registry_.follow(scan(options_.roots));
+// Whether a column is printed that tells of open files.
+bool Listing::reads_open_files() const {
+  const auto tells = [](Column column) {
+    return column == kPid || column == kCommand || column == kUsers;
+  };
+  return options_.default_columns || tells(options_.sort_by.value_or(kName)) ||
+         std::any_of(options_.columns.begin(), options_.columns.end(), tells);
+}
+
+// Brings the registry in step with the machine, and tells what is wrong, when that is new.
+void Listing::follow(bool open_files) {
+  const Machine machine = scan(options_.roots, open_files);
+  std::vector<std::string> reports = registry_.follow(machine.lines);
+  std::string unreadable;
+  for (const std::string& path : machine.unreadable) {
+    unreadable += (unreadable.empty() ? "cannot read " : ", ") + path;
+  }
+  if (!unreadable.empty()) reports.push_back(unreadable);
+  all_ = registry_.rows();
+  for (const std::string& device : options_.devices) {
+    if (std::none_of(all_.begin(), all_.end(),
+                     [&](const Row& row) { return names(device, row); })) {
+      reports.push_back(device + ": no such terminal line");
+    }
+  }
+  shown_.clear();
+  std::copy_if(all_.begin(), all_.end(), std::back_inserter(shown_),
+               [this](const Row& row) { return shows(row); });
+
   std::sort(reports.begin(), reports.end());
   for (const std::string& report : reports) {
     if (!std::binary_search(reported_.begin(), reported_.end(), report)) complain(report);
   }
   reported_ = std::move(reports);
-  all_ = registry_.rows();
-  shown_.clear();
-  std::copy_if(all_.begin(), all_.end(), std::back_inserter(shown_),
-               [this](const Row& row) { return shows(row); });
+  if (!machine.users_complete && !std::exchange(hint_given_, true) && isatty(STDERR_FILENO) != 0) {
+    complain("only root is told which lines the processes of other users have open");
+  }
+}
+
+// Whether a word of the command line names a line: by its name, by a link to its device file, or by
+// a path.
+bool Listing::names(const std::string& device, const Row& row) const {
+  const std::string dev = options_.roots.dev + '/';
+  const std::string name =
+      device.compare(0, dev.size(), dev) == 0 ? device.substr(dev.size()) : device;
+  return name == row.cells[kName] || device == row.cells[kPath] ||
+         (',' + row.cells[kLinks] + ',').find(',' + name + ',') != std::string::npos;
 }
 
 bool Listing::shows(const Row& row) const {
   if (row.idle && options_.hides_idle()) return false;
   if (options_.category.value_or(row.position.category) != row.position.category) return false;
-  return options_.kinds.empty() || options_.kinds.count(row.cells[kKind]) != 0;
+  if (!options_.kinds.empty() && options_.kinds.count(row.cells[kKind]) == 0) return false;
+  return options_.devices.empty() ||
+         std::any_of(options_.devices.begin(), options_.devices.end(),
+                     [&](const std::string& device) { return names(device, row); });
 }
 
 // The columns to print: the default ones that say something of what is shown, then those of the
@@ -121,8 +163,9 @@ bool Listing::shows(const Row& row) const {
 std::vector<Column> Listing::choose(const std::vector<Column>& defaults) const {
   const auto says_something = [this](Column column) {
     return json_ || column >= kLineColumns || (column == kSize && options_.by_driver) ||
-           std::any_of(shown_.begin(), shown_.end(),
-                       [&](const Row& row) { return !row.cells[column].empty(); });
+           std::any_of(shown_.begin(), shown_.end(), [&](const Row& row) {
+             return !row.cells[column].empty() && (column != kAccess || row.cells[column] != "rw");
+           });
   };
   std::vector<Column> columns;
   if (options_.default_columns) {
@@ -132,17 +175,33 @@ std::vector<Column> Listing::choose(const std::vector<Column>& defaults) const {
   return columns;
 }
 
+// The cells of a line as they are printed.
+Cells Listing::visible(const Row& row) const {
+  Cells cells = row.cells;
+  if (options_.full_paths && !cells[kPath].empty()) cells[kName] = cells[kPath];
+  return cells;
+}
+
 Table Listing::make_table(const char* name, const std::vector<Column>& columns, Shape shape) const {
   const Format format = json_ && options_.watch ? Format::kJsonLine : options_.format;
   return {name, columns, format, shape, options_.headings && shape != Shape::kEvents};
 }
 
 std::string Listing::lines() const {
-  const std::vector<Column> defaults =
-      json_ ? column_range(0, kLineColumns)
-            : std::vector<Column>{kName, kKind, kDriver, kOwner, kSize, kSpeed, kCommand, kDetail};
+  std::vector<Column> defaults = {kName, kDetail, kPort, kAccess, kCommand};
+  if (options_.kinds.count(kKinds[kPseudoTerminal].name) != 0) {
+    defaults = {kName, kDetail, kPort, kAccess, kSize, kSpeed, kCommand};
+  }
+  if (json_) defaults = column_range(0, kLineColumns);
   Table table = make_table("lines", choose(defaults), Shape::kList);
-  for (const Row& row : shown_) table.add(row.cells);
+  std::vector<Row> sorted = shown_;
+  if (options_.sort_by) {
+    const Column column = *options_.sort_by;
+    std::stable_sort(sorted.begin(), sorted.end(), [column](const Row& left, const Row& right) {
+      return strverscmp(left.cells[column].c_str(), right.cells[column].c_str()) < 0;
+    });
+  }
+  for (const Row& row : sorted) table.add(visible(row));
   return table.text();
 }
 
@@ -151,10 +210,15 @@ std::string Listing::blocks() const {
   const std::vector<Column> defaults =
       json_ ? column_range(0, kChoosable)
             : std::vector<Column>{kName, kCategory, kId, kFirst, kSize, kRegistered, kDetail};
-  Table table = make_table("blocks", choose(defaults), Shape::kTree);
+  Table table = make_table("blocks", choose(defaults), options_.list ? Shape::kList : Shape::kTree);
   auto row = shown_.begin();
+  // Lines that are not registered come after the blocks of their category.
+  const auto add_up_to = [&](ttydb::position end, Table::Line parent) {
+    for (; row != shown_.end() && row->position < end; ++row) table.add(visible(*row), parent);
+  };
   for (const ttydb::block_details& block : registry_.blocks()) {
     const ttydb::position end{block.category, block.first_tty + block.capacity};
+    add_up_to({block.category, block.first_tty}, nullptr);
     if (row == shown_.end() || !(row->position < end)) continue;
     Cells cells;
     cells[kCategory] = std::to_string(block.category);
@@ -163,24 +227,20 @@ std::string Listing::blocks() const {
     cells[kRegistered] = std::to_string(block.num_registered);
     cells[kTag] = block.tag_name == nullptr ? "" : block.tag_name;
     if (!json_) cells[kName] = block.tag_name == nullptr ? "(no name)" : block.tag_name;
-    const Table::Line parent = table.add(cells);
-    for (; row != shown_.end() && row->position < end; ++row) table.add(row->cells, parent);
+    add_up_to(end, table.add(cells));
   }
+  add_up_to({TTY_CATEGORY_MAX + 1, 0}, nullptr);
   return table.text();
 }
 
 std::string Listing::totals() const {
-  std::string out =
-      counted(all_.size(), "line") + " in " + counted(registry_.counts().blocks, "block");
-  if (const std::size_t count = registry_.not_registrable(); count != 0) {
-    out += ", " + std::to_string(count) + " not registrable";
-  }
-  const char* separator = "\n";
-  for (const char* const kind : kKinds) {
+  std::string out = counted(all_.size(), "line");
+  const char* separator = ": ";
+  for (const KindType& kind : kKinds) {
     const auto count = std::count_if(all_.begin(), all_.end(),
-                                     [&](const Row& row) { return row.cells[kKind] == kind; });
+                                     [&](const Row& row) { return row.cells[kKind] == kind.name; });
     if (count == 0) continue;
-    out += separator + std::to_string(count) + ' ' + kind;
+    out += separator + std::to_string(count) + ' ' + kind.name;
     separator = ", ";
   }
   out += '\n';
@@ -204,7 +264,7 @@ std::string Listing::events(const std::vector<Row>& gone, const std::vector<Row>
   Table table = make_table("events", columns, Shape::kEvents);
   for (const auto& [event, rows] : {std::pair("-", &gone), std::pair("+", &come)}) {
     for (const Row& row : *rows) {
-      Cells cells = row.cells;
+      Cells cells = visible(row);
       cells[kTime] = time_of_day();
       cells[kEvent] = event;
       table.add(cells);

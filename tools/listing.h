@@ -29,10 +29,16 @@ class Listing {
   // nothing is.  A failure is reported, the first of a series, and changes nothing.
   std::string next();
 
+  // Whether all lines of the last scan are registered.
+  bool complete() const { return reported_.empty(); }
+
  private:
-  void follow();
+  bool reads_open_files() const;
+  void follow(bool open_files);
+  bool names(const std::string& device, const Row& row) const;
   bool shows(const Row& row) const;
   std::vector<Column> choose(const std::vector<Column>& defaults) const;
+  Cells visible(const Row& row) const;
   Table make_table(const char* name, const std::vector<Column>& columns, Shape shape) const;
   std::string lines() const;
   std::string blocks() const;
@@ -43,10 +49,11 @@ class Listing {
   bool json_;
   bool for_people_;  // a table on a terminal
   Registry registry_;
-  std::vector<Row> all_;               // what is registered, by the last scan
+  std::vector<Row> all_;               // the lines of the last scan
   std::vector<Row> shown_;             // what of it the command line asks for
   std::vector<std::string> reported_;  // by the last scan, sorted
   bool failing_ = false;
+  bool hint_given_ = false;
 };
 
 }  // namespace tty_lines

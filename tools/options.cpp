@@ -12,11 +12,20 @@
 
 #include "classify.h"
 #include "parse.h"
+#include "tty_db.h"
 
 namespace tty_lines {
 namespace {
 
-enum Option { kByDriver = UCHAR_MAX + 1, kCategoryOption, kWatch, kSysfs, kProc, kDev };
+enum Option {
+  kByDriver = UCHAR_MAX + 1,
+  kCategoryOption,
+  kWatch,
+  kSysfs,
+  kProc,
+  kDev,
+  kLockOption
+};
 
 constexpr option kOptions[] = {
     {"all", no_argument, nullptr, 'a'},
@@ -26,11 +35,17 @@ constexpr option kOptions[] = {
     {"help", no_argument, nullptr, 'h'},
     {"json", no_argument, nullptr, 'J'},
     {"kind", required_argument, nullptr, 'k'},
-    {"list-columns", no_argument, nullptr, 'l'},
+    {"list", no_argument, nullptr, 'l'},
+    {"list-columns", no_argument, nullptr, 'H'},
+    {"lock", required_argument, nullptr, kLockOption},
     {"noheadings", no_argument, nullptr, 'n'},
     {"output", required_argument, nullptr, 'o'},
+    {"output-all", no_argument, nullptr, 'O'},
+    {"pairs", no_argument, nullptr, 'P'},
+    {"paths", no_argument, nullptr, 'p'},
     {"proc", required_argument, nullptr, kProc},
     {"raw", no_argument, nullptr, 'r'},
+    {"sort", required_argument, nullptr, 'x'},
     {"sysfs", required_argument, nullptr, kSysfs},
     {"version", no_argument, nullptr, 'V'},
     {"watch", optional_argument, nullptr, kWatch},
@@ -66,22 +81,25 @@ void for_each_word(std::string_view list, Add add) {
   }
 }
 
+Column parse_column(std::string_view word) {
+  const auto column = find_column(word);
+  if (!column) refuse("unknown column", word);
+  return *column;
+}
+
 void choose_columns(Options& options, std::string_view list) {
   options.columns.clear();
   options.default_columns = list.substr(0, 1) == "+";
   if (options.default_columns) list.remove_prefix(1);
-  for_each_word(list, [&](std::string_view word) {
-    const auto column = find_column(word);
-    if (!column) refuse("unknown column", word);
-    options.columns.push_back(*column);
-  });
+  for_each_word(list,
+                [&](std::string_view word) { options.columns.push_back(parse_column(word)); });
 }
 
 void choose_kinds(Options& options, std::string_view list) {
   for_each_word(list, [&](std::string_view word) {
-    for (const char* const kind : kKinds) {
-      if (strcasecmp(std::string(word).c_str(), kind) != 0) continue;
-      options.kinds.insert(kind);
+    for (const KindType& kind : kKinds) {
+      if (strcasecmp(std::string(word).c_str(), kind.name) != 0) continue;
+      options.kinds.insert(kind.name);
       return;
     }
     refuse("unknown kind", word);
@@ -90,7 +108,7 @@ void choose_kinds(Options& options, std::string_view list) {
 
 void choose_format(Options& options, Format format) {
   if (options.format != Format::kTable && options.format != format) {
-    throw UsageError("--json and --raw exclude each other");
+    throw UsageError("--json, --pairs and --raw exclude each other");
   }
   options.format = format;
 }
@@ -98,21 +116,28 @@ void choose_format(Options& options, Format format) {
 }  // namespace
 
 const char* const kUsage =
-    R"(Usage: tty-lines [OPTION]...
+    R"(Usage: tty-lines [OPTION]... [LINE]...
 
-Lists the terminal lines of this machine: what hardware they are, and who uses them.
+Lists the terminal lines of this machine: what hardware they are, and who uses them. A LINE is a
+name (ttyUSB0) or a path (/dev/serial/by-id/...); without any, all lines are listed.
 
- -a, --all              also idle lines: ports without a UART, unused virtual consoles
+ -a, --all              also idle lines: ports without a UART, unused virtual consoles, and names
+                        that stand for other lines
  -k, --kind LIST        lines of these kinds only, idle or not:
-                        console, serial, usb, pty, virtual, other
+                        console, serial, usb, pty, virtual, bluetooth, other
      --category N       lines of category N only, idle or not
-     --by-driver        keep a block of ids for each driver, and list the lines as its children
+     --by-driver        keep blocks of ids for the drivers, and list the lines as their children
+ -l, --list             with --by-driver: list blocks and lines without a tree
 
  -o, --output LIST      print these columns; with +LIST besides the default ones
+ -O, --output-all       print all columns
+ -x, --sort COLUMN      sort by a column, numbers by size
+ -p, --paths            print full paths in the column NAME
  -J, --json             print JSON, with all columns by default
+ -P, --pairs            print KEY="value" pairs
  -r, --raw              print raw, for other programs to read
  -n, --noheadings       print no headings and no totals
- -l, --list-columns     list what columns there are, and exit
+ -H, --list-columns     list what columns there are, and exit
 
      --watch [SECONDS]  then print what comes (+) and what goes (-), until interrupted: at once
                         what the kernel announces, and every SECONDS (default 2) the rest
@@ -120,6 +145,7 @@ Lists the terminal lines of this machine: what hardware they are, and who uses t
      --sysfs DIR        read DIR in place of /sys
      --proc DIR         read DIR in place of /proc
      --dev DIR          read DIR in place of /dev
+     --lock DIR         read DIR in place of /run/lock
 
  -h, --help             print this help, and exit
  -V, --version          print the version, and exit
@@ -127,9 +153,14 @@ Lists the terminal lines of this machine: what hardware they are, and who uses t
 
 Options parse_options(int argc, char** argv) {
   Options options;
-  // "+": the first word that is no option ends them, so that one behind --watch is next at hand.
-  for (int option; (option = getopt_long(argc, argv, "+ahJk:lno:rV", kOptions, nullptr)) != -1;) {
+  // "-": words that are no options are handed over in their place, so that one after --watch is
+  // next at hand.
+  for (int option;
+       (option = getopt_long(argc, argv, "-ahHJk:lno:OpPrVx:", kOptions, nullptr)) != -1;) {
     switch (option) {
+      case 1:
+        options.devices.emplace_back(optarg);
+        break;
       case 'a':
         options.all = true;
         break;
@@ -142,8 +173,11 @@ Options parse_options(int argc, char** argv) {
       case 'k':
         choose_kinds(options, optarg);
         break;
-      case 'l':
+      case 'H':
         options.action = Action::kListColumns;
+        break;
+      case 'l':
+        options.list = true;
         break;
       case 'n':
         options.headings = false;
@@ -151,8 +185,21 @@ Options parse_options(int argc, char** argv) {
       case 'o':
         choose_columns(options, optarg);
         break;
+      case 'O':
+        options.columns = column_range(0, options.by_driver ? kChoosable : kLineColumns);
+        options.default_columns = false;
+        break;
+      case 'p':
+        options.full_paths = true;
+        break;
+      case 'P':
+        choose_format(options, Format::kPairs);
+        break;
       case 'r':
         choose_format(options, Format::kRaw);
+        break;
+      case 'x':
+        options.sort_by = parse_column(optarg);
         break;
       case 'V':
         options.action = Action::kVersion;
@@ -162,14 +209,17 @@ Options parse_options(int argc, char** argv) {
         break;
       case kCategoryOption:
         options.category = parse_number(optarg);
-        if (options.category.value_or(kKinds.size()) >= kKinds.size()) {
+        if (options.category.value_or(UINT32_MAX) > TTY_CATEGORY_MAX) {
           refuse("bad category", optarg);
         }
         break;
       case kWatch: {
         constexpr const char* kDefaultSeconds = "2";
         const char* seconds = optarg;
-        if (seconds == nullptr && optind < argc && argv[optind][0] != '-') seconds = argv[optind++];
+        if (seconds == nullptr && optind < argc &&
+            std::isdigit(static_cast<unsigned char>(argv[optind][0])) != 0) {
+          seconds = argv[optind++];
+        }
         options.watch = parse_seconds(seconds == nullptr ? kDefaultSeconds : seconds);
         break;
       }
@@ -182,11 +232,14 @@ Options parse_options(int argc, char** argv) {
       case kDev:
         options.roots.dev = optarg;
         break;
+      case kLockOption:
+        options.roots.lock = optarg;
+        break;
       default:
         throw UsageError("");
     }
   }
-  if (optind < argc) refuse("unexpected argument", argv[optind]);
+  options.devices.insert(options.devices.end(), argv + optind, argv + argc);
   return options;
 }
 

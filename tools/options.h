@@ -25,14 +25,18 @@ struct Options {
   bool headings = true;
   bool all = false;
   bool by_driver = false;
+  bool list = false;            // blocks without their lines as children
+  bool full_paths = false;      // in the column NAME
   std::vector<Column> columns;  // that the user has chosen
   bool default_columns = true;  // the default ones come before those
-  std::set<std::string> kinds;  // none: every kind
+  std::optional<Column> sort_by;
+  std::set<std::string> kinds;       // none: every kind
+  std::vector<std::string> devices;  // names or paths of lines; none: every line
   std::optional<std::uint32_t> category;
   std::optional<std::chrono::nanoseconds> watch;  // the longest time between two scans
 
   // Whoever names lines gets them, idle or not.
-  bool hides_idle() const { return !all && kinds.empty() && !category; }
+  bool hides_idle() const { return !all && kinds.empty() && !category && devices.empty(); }
 };
 
 extern const char* const kUsage;

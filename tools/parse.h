@@ -23,6 +23,10 @@ struct Device {
   }
 };
 
+inline std::string text(Device device) {
+  return std::to_string(device.major) + ':' + std::to_string(device.minor);
+}
+
 // A row of the table of terminal drivers.
 struct Driver {
   std::string name;  // empty if it has none, which the kernel calls unknown

@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstring>
-#include <set>
-#include <system_error>
+#include <iterator>
 
 namespace tty_lines {
 namespace {
@@ -35,30 +34,16 @@ Row read_entry(const Entry& entry, ttydb::position position) {
   row.cells[kName] = entry->name;
   row.cells[kCategory] = std::to_string(position.category);
   row.cells[kId] = std::to_string(position.id);
-  row.cells[kDevice] =
-      std::to_string(entry->device.major) + ':' + std::to_string(entry->device.minor);
+  row.cells[kDevice] = text(entry->device);
   return row;
 }
 
-// Gives each line the position that its name asks for, or the lowest free id where it asks for
-// none.
-void assign_positions(std::vector<Claim>& claims) {
-  const std::set<std::uint32_t> taken = taken_ids(claims);
-  std::uint32_t free_id = 0;
-  for (Claim& claim : claims) {
-    if (claim.current) {
-      claim.position = claim.current;
-    } else if (claim.line->place.number) {
-      claim.position = ttydb::position{claim.line->place.category, *claim.line->place.number};
-    } else {
-      while (taken.count(free_id) != 0) ++free_id;
-      if (free_id <= TTY_PORT_MAX) claim.position = ttydb::position{kOther, free_id++};
-    }
-  }
-}
+bool comes_before(const Row& left, const Row& right) { return left.position < right.position; }
 
-std::string text(ttydb::position position) {
-  return "category " + std::to_string(position.category) + ", id " + std::to_string(position.id);
+// The position that the name of a line asks for.
+std::optional<ttydb::position> wanted_position(const ScannedLine& line) {
+  if (line.number.value_or(UINT32_MAX) > TTY_PORT_MAX) return std::nullopt;
+  return ttydb::position{line.category(), *line.number};
 }
 
 }  // namespace
@@ -70,25 +55,24 @@ Registry::Registry(bool by_driver)
 }
 
 std::vector<std::string> Registry::follow(const std::vector<ScannedLine>& scanned) {
-  not_registrable_ = 0;
   reports_.clear();
+  unregistered_.clear();
   remove_gone(scanned);
-  std::vector<Claim> claims = make_claims(scanned);
-  if (driver_blocks_) {
-    driver_blocks_->arrange(claims, reports_);
-  } else {
-    assign_positions(claims);
+  wanted_.clear();
+  for (const ScannedLine& line : scanned) {
+    if (const auto wanted = wanted_position(line)) wanted_.insert(*wanted);
   }
-  for (const Claim& claim : claims) settle(claim);
+  for (const ScannedLine& line : scanned) settle(line);
   return reports_;
 }
 
 std::vector<Row> Registry::rows() const {
   std::vector<Row> rows;
   for (const ttydb::position position : db_.lines()) {
-    rows.push_back(
-        read_entry(db_.retrieve_line<LineRecord>(position.category, position.id), position));
+    rows.push_back(read_entry(db_.retrieve_line<LineRecord>(position), position));
   }
+  rows.insert(rows.end(), unregistered_.begin(), unregistered_.end());
+  std::stable_sort(rows.begin(), rows.end(), comes_before);
   return rows;
 }
 
@@ -104,62 +88,61 @@ void Registry::remove_gone(const std::vector<ScannedLine>& scanned) {
         scanned.begin(), scanned.end(), name,
         [](const ScannedLine& left, const std::string& right) { return left.name < right; });
     if (found != scanned.end() && found->name == name && found->device == line.device &&
-        driver_key(*found) == line.driver) {
+        found->category() == line.position.category && driver_key(*found) == line.driver) {
       continue;
     }
-    db_.deregister_line(line.position.category, line.position.id);
+    db_.deregister_line(line.position);
+    if (driver_blocks_) driver_blocks_->shrink(line.position);
+    taken_.erase(line.position);
     held_.erase(held);
   }
 }
 
-std::vector<Claim> Registry::make_claims(const std::vector<ScannedLine>& scanned) {
-  std::vector<Claim> claims;
-  for (const ScannedLine& line : scanned) {
-    if (!line.device) {
-      reject(line.name, "its device numbers cannot be read");
-    } else if (line.place.number.value_or(0) > TTY_PORT_MAX) {
-      reject(line.name, "its number is above " + std::to_string(TTY_PORT_MAX));
-    } else {
-      const auto held = held_.find(line.name);
-      claims.push_back({&line, {}, {}});
-      if (held != held_.end()) claims.back().current = held->second.position;
-    }
+// Returns where a new line is to be registered; none if its category is full.
+std::optional<ttydb::position> Registry::choose_position(const ScannedLine& line) const {
+  const auto is_free = [&](ttydb::position at) {
+    return taken_.count(at) == 0 &&
+           (!driver_blocks_ || driver_blocks_->allows(driver_key(line), at));
+  };
+  if (const auto wanted = wanted_position(line); wanted && is_free(*wanted)) return wanted;
+  std::optional<ttydb::position> last_resort;
+  for (ttydb::position at{line.category(), 0}; at.id <= TTY_PORT_MAX; ++at.id) {
+    if (!is_free(at)) continue;
+    if (wanted_.count(at) == 0) return at;
+    if (!last_resort) last_resort = at;
   }
-  return claims;
+  return last_resort;
 }
 
-// Makes the database hold the line at its position, with what the scan found, unless another line
-// is there.
-void Registry::settle(const Claim& claim) {
-  const ScannedLine& line = *claim.line;
-  if (!claim.position) {
-    held_.erase(line.name);
-    reject(line.name, "category " + std::to_string(kOther) + " has no free id");
-    return;
-  }
-
-  const ttydb::position position = *claim.position;
-  std::error_code ec;
-  Entry entry = db_.retrieve_line<LineRecord>(position.category, position.id, ec);
-  if (ec == ttydb::errc::not_registered || ec == ttydb::errc::no_block) {
-    entry = db_.register_line<LineRecord>(position.category, position.id);
+// Makes the database hold a line, with what the scan has found.
+void Registry::settle(const ScannedLine& line) {
+  if (!line.device) return reject(line, "its device numbers cannot be read");
+  Entry entry;
+  if (const auto held = held_.find(line.name); held != held_.end()) {
+    entry = db_.retrieve_line<LineRecord>(held->second.position);
+  } else {
+    const auto at = choose_position(line);
+    if (!at) {
+      return reject(line, "category " + std::to_string(line.category()) + " has no free id");
+    }
+    if (driver_blocks_) driver_blocks_->cover(driver_key(line), *at);
+    entry = db_.register_line<LineRecord>(*at);
     entry->device = *line.device;
     line.name.copy(entry->name, sizeof entry->name - 1);
-  } else if (ec) {
-    throw std::system_error(ec, line.name);
-  } else if (line.name != entry->name) {
-    reject(line.name, text(position) + " is taken by " + entry->name);
-    return;
+    held_.emplace(line.name, Held{*at, *line.device, driver_key(line)});
+    taken_.insert(*at);
   }
   entry->idle = line.idle;
   for (const Column column : column_range(0, kLineColumns))
     store(entry, column, line.cells[column]);
-  held_.insert_or_assign(line.name, Held{position, *line.device, driver_key(line)});
 }
 
-void Registry::reject(const std::string& name, const std::string& reason) {
-  ++not_registrable_;
-  reports_.push_back(name + ": not registrable: " + reason);
+void Registry::reject(const ScannedLine& line, const std::string& reason) {
+  Row row{{line.category(), TTY_PORT_MAX + 1}, line.idle, line.cells};
+  row.cells[kName] = line.name;
+  if (line.device) row.cells[kDevice] = text(*line.device);
+  unregistered_.push_back(row);
+  reports_.push_back(line.name + ": not registered: " + reason);
 }
 
 }  // namespace tty_lines

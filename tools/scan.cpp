@@ -3,7 +3,6 @@
 #include <asm/termbits.h>
 #include <fcntl.h>
 #include <linux/major.h>
-#include <pwd.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
@@ -11,13 +10,15 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <map>
+#include <cstring>
 #include <set>
 #include <sstream>
+#include <system_error>
 #include <utility>
 
 #include "files.h"
 #include "hardware.h"
+#include "nodes.h"
 #include "users.h"
 
 // Where speeds have always been numbers there is no second form of the settings.
@@ -39,25 +40,12 @@ constexpr std::pair<const char*, const char*> kPhrases[] = {
     {kActiveConsole, "stands for the active virtual console"},
 };
 
-std::vector<Driver> read_drivers(const std::string& proc) {
-  const std::string path = proc + "/tty/drivers";
-  const auto text = read_file(AT_FDCWD, path);
-  if (!text) fail(path);
-  return parse_drivers(*text);
-}
-
-// The virtual consoles that are on the screen, or that the kernel's messages go to.
-std::set<std::string> read_active_consoles(const std::string& class_path) {
-  std::istringstream words(read_line(AT_FDCWD, class_path + "/tty0/active") + ' ' +
-                           read_line(AT_FDCWD, class_path + "/console/active"));
+// The words of the kernel's lists of active consoles.
+std::set<std::string> read_names(const std::string& path) {
+  std::istringstream words(read_line(AT_FDCWD, path));
   std::set<std::string> names;
   for (std::string name; words >> name;) names.insert(name);
-  names.erase(kActiveConsole);
   return names;
-}
-
-Device device_of(const struct stat& status) {
-  return {major(status.st_rdev), minor(status.st_rdev)};
 }
 
 // Asks a pseudo-terminal for its size and speed, without blocking or becoming the controlling
@@ -83,28 +71,52 @@ bool read_state(int directory, const std::string& name, dev_t device, Cells& cel
   return true;
 }
 
+// The process whose lock file claims a line; empty if there is none, or it has ended.
+std::string lock_holder(const Roots& roots, const std::string& name) {
+  const std::string text = read_line(AT_FDCWD, roots.lock + "/LCK.." + name);
+  const std::string pid = text.substr(0, text.find(' '));
+  const bool lives = parse_number(pid) && access((roots.proc + '/' + pid).c_str(), F_OK) == 0;
+  return lives ? pid : "";
+}
+
 class Scan {
  public:
-  explicit Scan(const Roots& roots)
-      : roots_(roots),
-        class_path_(roots.sysfs + "/class/tty"),
-        drivers_(read_drivers(roots.proc)),
-        users_(find_users(roots.proc)),
-        active_consoles_(read_active_consoles(class_path_)) {}
+  Scan(const Roots& roots, bool open_files)
+      : roots_(roots), class_path_(roots.sysfs + "/class/tty"), nodes_(roots.dev) {
+    const std::string drivers = roots.proc + "/tty/drivers";
+    if (const auto text = read_file(AT_FDCWD, drivers)) {
+      drivers_ = parse_drivers(*text);
+    } else {
+      note_unreadable(drivers);
+    }
+    try {
+      users_ = find_users(roots.proc, open_files);
+    } catch (const std::system_error& failure) {
+      fail_if_exhausted(roots.proc);
+      machine_.unreadable.emplace_back(failure.what());
+    }
+    machine_.users_complete = users_.complete;
+    console_names_ = read_names(class_path_ + "/console/active");
+    active_names_ = read_names(class_path_ + "/tty0/active");
+    if (console_names_.erase(kActiveConsole) != 0) {
+      console_names_.insert(active_names_.begin(), active_names_.end());
+    }
+  }
 
-  std::vector<ScannedLine> lines() {
+  Machine machine() {
     const auto add_kernel_line = [this](int directory, const std::string& name) {
       struct stat status = {};
       const auto device = parse_device(read_line(directory, name + "/dev"));
       // An entry that is still there says nothing of its device; otherwise it has vanished.
       if (!device && fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return;
       ScannedLine line = identify(name, device);
-      const bool has_no_uart = read_hardware(directory, name, line.cells);
-      add(std::move(line), has_no_uart);
+      const Hardware found = read_hardware(directory, name, line.cells);
+      if (found.bus) line.kind = *found.bus;
+      add(std::move(line), found.has_no_uart);
     };
     const auto add_pseudo_terminal = [this](int directory, const std::string& number) {
       const std::string name = "pts/" + number;
-      if (classify(name, "").category != kPseudoTerminal) return;
+      if (classify(name, "") != kPseudoTerminal) return;
       struct stat status = {};
       const bool known = fstatat(directory, number.c_str(), &status, 0) == 0;
       if (!known && fstatat(directory, number.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return;
@@ -112,16 +124,22 @@ class Scan {
       if (may_open(status) && !read_state(directory, number, status.st_rdev, line.cells)) return;
       add(std::move(line), false);
     };
-    if (!for_each_name(AT_FDCWD, class_path_, add_kernel_line)) fail(class_path_);
+    if (!for_each_name(AT_FDCWD, class_path_, add_kernel_line)) note_unreadable(class_path_);
     const std::string pts = roots_.dev + "/pts";
-    if (!for_each_name(AT_FDCWD, pts, add_pseudo_terminal)) fail(pts);
-    std::sort(lines_.begin(), lines_.end(), [](const ScannedLine& left, const ScannedLine& right) {
-      return left.name < right.name;
-    });
-    return std::move(lines_);
+    if (!for_each_name(AT_FDCWD, pts, add_pseudo_terminal)) note_unreadable(pts);
+    std::sort(
+        machine_.lines.begin(), machine_.lines.end(),
+        [](const ScannedLine& left, const ScannedLine& right) { return left.name < right.name; });
+    return std::move(machine_);
   }
 
  private:
+  void note_unreadable(const std::string& path) {
+    const int error = errno;
+    fail_if_exhausted(path);
+    machine_.unreadable.push_back(path + ": " + std::strerror(error));
+  }
+
   // A pseudo-terminal that nobody has open is not opened: to close it again would look to the
   // program on its other side as if its user had hung up.  Another machine's processes do not tell
   // who has it open.
@@ -129,7 +147,7 @@ class Scan {
     const Device device = device_of(status);
     return S_ISCHR(status.st_mode) && device.major >= UNIX98_PTY_SLAVE_MAJOR &&
            device.major < UNIX98_PTY_SLAVE_MAJOR + UNIX98_PTY_MAJOR_COUNT &&
-           (users_.count(device) != 0 || roots_.proc != Roots{}.proc);
+           (users_.by_device.count(device) != 0 || roots_.proc != Roots{}.proc);
   }
 
   ScannedLine identify(const std::string& name, std::optional<Device> device) const {
@@ -137,60 +155,66 @@ class Scan {
     line.name = name;
     line.device = device;
     const Driver* const driver = device ? find_driver(drivers_, *device) : nullptr;
-    line.place = classify(name, driver == nullptr ? "" : driver->type);
-    line.cells[kKind] = kKinds[line.place.category];
+    line.kind = classify(name, driver == nullptr ? "" : driver->type);
+    line.number = number_in_name(name);
     if (driver != nullptr) {
-      line.cells[kDriver] = driver->name;
+      line.cells[kTtyDriver] = driver->name;
       line.driver_path = driver->path;
     }
     return line;
   }
 
-  // Adds a line, with who uses it.
+  // Adds a line, with its device file and who uses it.
   void add(ScannedLine line, bool has_no_uart) {
-    const auto user = line.device ? users_.find(*line.device) : users_.end();
-    if (user != users_.end()) {
-      line.cells[kPid] = std::to_string(user->second.pid);
-      line.cells[kCommand] = user->second.command;
+    line.cells[kKind] = kKinds[line.kind].name;
+    const User* user = nullptr;
+    if (line.device) {
+      const auto found = users_.by_device.find(*line.device);
+      if (found != users_.by_device.end()) user = &found->second;
     }
-    line.cells[kOwner] = owner(roots_.dev + '/' + line.name);
+    if (user != nullptr) add_user(*user, line.cells);
+    bool stands_for_another = false;
     for (const auto& [name, phrase] : kPhrases) {
-      if (line.name == name) line.cells[kDetail] = phrase;
+      if (line.name != name) continue;
+      line.cells[kDetail] = phrase;
+      stands_for_another = true;
     }
-    const bool active = active_consoles_.count(line.name) != 0;
-    const bool console = line.place.category == kVirtualConsole;
-    if (console && active) line.cells[kDetail] = "active console";
-    line.idle = has_no_uart || (console && !active && user == users_.end());
-    lines_.push_back(std::move(line));
+    const bool active = active_names_.count(line.name) != 0;
+    const bool is_console = line.kind == kVirtualConsole;
+    if (is_console && active) line.cells[kDetail] = "active console";
+    if (console_names_.count(line.name) != 0) line.cells[kConsole] = "yes";
+    line.cells[kLock] = lock_holder(roots_, line.name);
+    if (line.device) nodes_.describe(line.name, *line.device, line.cells);
+    const bool in_session = user != nullptr && user->in_session;
+    line.idle = has_no_uart || stands_for_another || (is_console && !active && !in_session);
+    machine_.lines.push_back(std::move(line));
   }
 
-  // Who owns a file, by name if there is one; empty if there is no such file.
-  std::string owner(const std::string& path) {
-    struct stat status = {};
-    if (stat(path.c_str(), &status) != 0) return "";
-    const auto [known, is_new] = owners_.try_emplace(status.st_uid, std::to_string(status.st_uid));
-    if (is_new) {
-      errno = 0;
-      if (const passwd* const user = getpwuid(status.st_uid)) {
-        known->second = user->pw_name;
-      } else {
-        fail_if_exhausted(path);
-      }
+  static void add_user(const User& user, Cells& cells) {
+    cells[kPid] = std::to_string(user.pid);
+    cells[kCommand] = user.command;
+    for (const auto& [pid, command] : user.open) {
+      std::string& users = cells[kUsers];
+      users += (users.empty() ? "" : ",") + std::to_string(pid) + ':' + command;
     }
-    return known->second;
+    const auto others = user.open.size() - user.open.count({user.pid, user.command});
+    if (others != 0 && !user.command.empty()) {
+      cells[kCommand] += " +" + std::to_string(others);
+    }
   }
 
   const Roots& roots_;
   std::string class_path_;
+  Nodes nodes_;
   std::vector<Driver> drivers_;
-  std::map<Device, User> users_;
-  std::set<std::string> active_consoles_;
-  std::map<uid_t, std::string> owners_;
-  std::vector<ScannedLine> lines_;
+  Users users_;
+  std::set<std::string> active_names_;   // virtual consoles that are on the screen
+  std::set<std::string> console_names_;  // lines that the kernel's messages go to
+  Machine machine_;
 };
 
 }  // namespace
 
-std::vector<ScannedLine> scan(const Roots& roots) { return Scan(roots).lines(); }
+Machine scan(const Roots& roots, bool open_files) { return Scan(roots, open_files).machine(); }
 
 }  // namespace tty_lines

@@ -4,6 +4,7 @@
 #ifndef TTYDB_TOOLS_SCAN_H
 #define TTYDB_TOOLS_SCAN_H
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -19,21 +20,34 @@ struct Roots {
   std::string sysfs = "/sys";
   std::string proc = "/proc";
   std::string dev = "/dev";
+  std::string lock = "/run/lock";
 };
 
 struct ScannedLine {
   std::string name;
   std::optional<Device> device;  // none if the kernel's list does not tell it
   std::string driver_path;       // tells drivers of one name apart
-  Class place{};
-  bool idle = false;  // a serial port without a UART, or a virtual console that nobody uses
-  Cells cells;        // but those of the name, the device and the position
+  Kind kind = kOther;
+  std::optional<std::uint32_t> number;  // in the name
+  // A serial port without a UART, a virtual console that nobody uses, or a line that stands for
+  // another.
+  bool idle = false;
+  Cells cells;  // but those of the name, the device and the position
+
+  // In which the line is to be registered.
+  std::uint32_t category() const { return kKinds[kind].category; }
 };
 
-// The lines of the machine in order of name.  A line that vanishes during the scan is left out.
-// Throws std::system_error, with the path, if a root is missing or cannot be read, or if the
-// process has run out of descriptors or memory.
-std::vector<ScannedLine> scan(const Roots& roots);
+struct Machine {
+  std::vector<ScannedLine> lines;       // in order of name
+  std::vector<std::string> unreadable;  // paths, each with the reason
+  bool users_complete = true;           // the open files of all processes could be read
+};
+
+// Reads the machine.  What cannot be read is named, and the rest is told.  A line that vanishes
+// meanwhile is left out.  Who has lines open is read only if that is asked for.  Throws
+// std::system_error if the process has run out of descriptors or memory.
+Machine scan(const Roots& roots, bool open_files);
 
 }  // namespace tty_lines
 

@@ -20,7 +20,7 @@ T* require(T* made) {
 // has escapes of its own.
 std::string prepare(Column column, const std::string& text, Format format) {
   if (format == Format::kTable) return printable(text);
-  if (format == Format::kRaw) return text;
+  if (format == Format::kRaw || format == Format::kPairs) return text;
   // The size is a number of a block, and of a terminal two, which is a string.
   return column == kSize && text.find('x') != std::string::npos ? '"' + text + '"' : valid(text);
 }
@@ -36,7 +36,7 @@ std::string one_line(const std::string& document) {
   return out + '\n';
 }
 
-// Where the terminal is narrow driver and detail give way first, and the name last; tables of
+// Where the terminal is narrow command and detail give way first, and the name last; tables of
 // events that follow one another are to look as one.
 double width_hint(Column column, Shape shape) {
   switch (column) {
@@ -44,7 +44,7 @@ double width_hint(Column column, Shape shape) {
       return shape == Shape::kEvents ? 8 : 0.25;
     case kKind:
       return shape == Shape::kEvents ? 7 : 0;
-    case kDriver:
+    case kCommand:
       return 0.1;
     case kDetail:
       return 0.3;
@@ -59,12 +59,14 @@ Table::Table(const char* name, std::vector<Column> columns, Format format, Shape
              bool headings)
     : columns_(std::move(columns)),
       format_(format),
-      tree_(shape == Shape::kTree && format != Format::kRaw),
+      tree_(shape == Shape::kTree && format != Format::kRaw && format != Format::kPairs),
       table_(require(scols_new_table()), &scols_unref_table) {
   libscols_table* const table = table_.get();
   require(scols_table_set_name(table, name) == 0 ? table : nullptr);
-  scols_table_enable_json(table, format == Format::kJson || format == Format::kJsonLine);
+  const bool json = format == Format::kJson || format == Format::kJsonLine;
+  scols_table_enable_json(table, json);
   scols_table_enable_raw(table, format == Format::kRaw);
+  scols_table_enable_export(table, format == Format::kPairs);
   scols_table_enable_noheadings(table, headings ? 0 : 1);
   scols_table_enable_noencoding(table, format == Format::kTable);
 
@@ -74,8 +76,11 @@ Table::Table(const char* name, std::vector<Column> columns, Format format, Shape
     const bool branches = tree_ && column == (has_name ? kName : columns_.front());
     const int flags = (type.number ? SCOLS_FL_RIGHT : 0) | (type.cut ? SCOLS_FL_TRUNC : 0) |
                       (branches ? SCOLS_FL_TREE : 0) | (column == kName ? SCOLS_FL_NOEXTREMES : 0);
+    // Keys are words of jq and of a shell.
+    std::string key = type.name;
+    if (json || format == Format::kPairs) std::replace(key.begin(), key.end(), '-', '_');
     libscols_column* const made =
-        require(scols_table_new_column(table, type.name, width_hint(column, shape), flags));
+        require(scols_table_new_column(table, key.c_str(), width_hint(column, shape), flags));
     scols_column_set_json_type(made, type.number ? SCOLS_JSON_NUMBER : SCOLS_JSON_STRING);
   }
 }

@@ -13,7 +13,7 @@
 
 namespace tty_lines {
 
-enum class Format { kTable, kRaw, kJson, kJsonLine };
+enum class Format { kTable, kRaw, kPairs, kJson, kJsonLine };
 enum class Shape { kList, kTree, kEvents };
 
 class Table {
@@ -23,7 +23,7 @@ class Table {
   // `name` is that of the array in JSON.
   Table(const char* name, std::vector<Column> columns, Format format, Shape shape, bool headings);
 
-  // In a tree that is not raw a line can be the child of another.
+  // In a tree, which is a table or JSON, a line can be the child of another.
   Line add(const Cells& cells, Line parent = nullptr);
   // What is printed; a JSON document of Format::kJsonLine is one line.
   std::string text() const;

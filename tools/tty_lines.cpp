@@ -33,19 +33,21 @@ std::string list_columns() {
   return out;
 }
 
-void list(const Options& options) {
+// Returns whether all lines could be read and registered.
+bool list(const Options& options) {
   Listing listing(options);
   if (!options.watch) {
     write_output(listing.first());
-    return;
+    return listing.complete();
   }
   end_on_signals();
   const Watch watch(options.roots);
   bool open = write_output(listing.first());
   while (open) open = watch.wait(*options.watch) && write_output(listing.next());
+  return true;
 }
 
-void run(int argc, char** argv) {
+bool run(int argc, char** argv) {
   // A file that is opened must not become standard output.
   if (fcntl(STDOUT_FILENO, F_GETFD) < 0) fail("standard output");
   std::setlocale(LC_CTYPE, "");
@@ -55,8 +57,7 @@ void run(int argc, char** argv) {
   if (options.format == Format::kJson) std::setlocale(LC_CTYPE, "C.UTF-8");
   switch (options.action) {
     case Action::kList:
-      list(options);
-      break;
+      return list(options);
     case Action::kListColumns:
       write_output(list_columns());
       break;
@@ -67,6 +68,7 @@ void run(int argc, char** argv) {
       write_output("tty-lines " TTYDB_VERSION "\n");
       break;
   }
+  return true;
 }
 
 }  // namespace
@@ -74,8 +76,7 @@ void run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   try {
-    tty_lines::run(argc, argv);
-    return EXIT_SUCCESS;
+    return tty_lines::run(argc, argv) ? EXIT_SUCCESS : tty_lines::kFailure;
   } catch (const tty_lines::UsageError& error) {
     if (*error.what() != '\0') tty_lines::complain(error.what());
     std::fputs("Try 'tty-lines --help' for more information.\n", stderr);

@@ -7,9 +7,9 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <cstddef>
 #include <string_view>
-#include <utility>
 
 #include "files.h"
 
@@ -19,52 +19,67 @@ namespace {
 enum Standing { kLeadsForeground, kInForeground, kInSession, kHasItOpen };
 
 using Rank = std::pair<Standing, std::uint32_t>;  // of equals the lowest process
-using RankedUsers = std::map<Device, std::pair<Rank, User>>;
 
-void add(RankedUsers& users, Device device, const Rank& rank, const User& user) {
-  const auto [found, is_new] = users.try_emplace(device, rank, user);
-  if (!is_new && rank < found->second.first) found->second = {rank, user};
-}
+class Finder {
+ public:
+  void add_session(const Process& process) {
+    if (!process.terminal || !process.foreground) return;
+    const Standing standing = process.group != *process.foreground ? kInSession
+                              : process.pid != process.group       ? kInForeground
+                                                                   : kLeadsForeground;
+    rank(*process.terminal, {standing, process.pid}, *process.foreground,
+         standing == kInSession ? "" : process.command);
+  }
 
-void add_session(RankedUsers& users, const Process& process) {
-  if (!process.terminal || !process.foreground) return;
-  const Standing standing = process.group != *process.foreground ? kInSession
-                            : process.pid != process.group       ? kInForeground
-                                                                 : kLeadsForeground;
-  add(users, *process.terminal, {standing, process.pid},
-      {*process.foreground, standing == kInSession ? "" : process.command});
-}
+  // The devices of major TTYAUX_MAJOR stand for other lines, or make new ones.
+  void add_open_lines(int proc, const std::string& name, const Process& process) {
+    const bool readable =
+        for_each_name(proc, name + "/fd", [&](int directory, const std::string& fd) {
+          std::array<char, sizeof "/dev/null"> target;
+          struct stat status = {};
+          const ssize_t size = readlinkat(directory, fd.c_str(), target.data(), target.size());
+          const std::string_view path(target.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
+          if (path.substr(0, 5) == "/dev/" && path != "/dev/null" &&
+              fstatat(directory, fd.c_str(), &status, 0) == 0 && S_ISCHR(status.st_mode) &&
+              major(status.st_rdev) != TTYAUX_MAJOR) {
+            const Device device = {major(status.st_rdev), minor(status.st_rdev)};
+            rank(device, {kHasItOpen, process.pid}, process.pid, process.command);
+            users_.by_device[device].open.emplace(process.pid, process.command);
+          }
+        });
+    if (!readable && errno == EACCES) users_.complete = false;
+  }
 
-// The devices of major TTYAUX_MAJOR stand for other lines, or make new ones.
-void add_open_lines(RankedUsers& users, int proc, const std::string& name, const Process& process) {
-  for_each_name(proc, name + "/fd", [&](int directory, const std::string& fd) {
-    std::array<char, sizeof "/dev/" - 1> start;
-    struct stat status = {};
-    const ssize_t size = readlinkat(directory, fd.c_str(), start.data(), start.size());
-    if (size > 0 && std::string_view(start.data(), static_cast<std::size_t>(size)) == "/dev/" &&
-        fstatat(directory, fd.c_str(), &status, 0) == 0 && S_ISCHR(status.st_mode) &&
-        major(status.st_rdev) != TTYAUX_MAJOR) {
-      add(users, {major(status.st_rdev), minor(status.st_rdev)}, {kHasItOpen, process.pid},
-          {process.pid, process.command});
-    }
-  });
-}
+  Users users() { return std::move(users_); }
+
+ private:
+  void rank(Device device, const Rank& rank, std::uint32_t pid, const std::string& command) {
+    const auto [known, is_new] = ranks_.try_emplace(device, rank);
+    if (!is_new && known->second <= rank) return;
+    known->second = rank;
+    User& user = users_.by_device[device];
+    user.pid = pid;
+    user.command = command;
+    user.in_session = rank.first != kHasItOpen;
+  }
+
+  std::map<Device, Rank> ranks_;
+  Users users_;
+};
 
 }  // namespace
 
-std::map<Device, User> find_users(const std::string& proc) {
-  RankedUsers ranked;
+Users find_users(const std::string& proc, bool open_files) {
+  Finder finder;
   const bool readable = for_each_name(AT_FDCWD, proc, [&](int directory, const std::string& name) {
     if (!parse_number(name)) return;
     const auto process = parse_process(read_file(directory, name + "/stat").value_or(""));
     if (!process) return;
-    add_session(ranked, *process);
-    add_open_lines(ranked, directory, name, *process);
+    finder.add_session(*process);
+    if (open_files) finder.add_open_lines(directory, name, *process);
   });
   if (!readable) fail(proc);
-  std::map<Device, User> users;
-  for (auto& [device, user] : ranked) users.emplace(device, std::move(user.second));
-  return users;
+  return finder.users();
 }
 
 }  // namespace tty_lines

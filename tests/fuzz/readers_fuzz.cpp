@@ -18,9 +18,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     sound = sound && !driver.path.empty() && found == (driver.first_minor <= driver.last_minor);
   }
   if (const auto process = parse_process(text)) sound = text.find(process->command) != text.npos;
-  const Class place = classify(text, "serial");
-  sound =
-      sound && place.number.has_value() == (place.category != kOther) && place.category <= kOther;
+  sound = sound && classify(text, "serial") < kNumKinds;
+  if (number_in_name(text)) sound = sound && text.find_last_of("0123456789") == text.size() - 1;
   for (const char byte : printable(text)) {
     const auto code = static_cast<unsigned char>(byte);
     sound = sound && (code >= 128 || (code >= ' ' && code < 127));

@@ -1,0 +1,123 @@
+#include "nodes.h"
+
+#include <fcntl.h>
+#include <grp.h>
+#include <pwd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstddef>
+#include <string_view>
+
+#include "files.h"
+
+namespace tty_lines {
+namespace {
+
+void append(std::string& list, const char* separator, const std::string& text) {
+  list += (list.empty() ? "" : separator) + text;
+}
+
+// The permissions as ls shows them.
+std::string mode_text(mode_t mode) {
+  std::string text = "rwxrwxrwx";
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if ((mode >> (text.size() - 1 - i) & 1) == 0) text[i] = '-';
+  }
+  return text;
+}
+
+std::string access_text(const std::string& path) {
+  std::string text;
+  if (access(path.c_str(), R_OK) == 0) text += 'r';
+  if (access(path.c_str(), W_OK) == 0) text += 'w';
+  return text.empty() ? "-" : text;
+}
+
+}  // namespace
+
+Nodes::Nodes(const std::string& dev) : dev_(dev) {
+  for_each_name(AT_FDCWD, dev, [this](int directory, const std::string& name) {
+    struct stat status = {};
+    const bool found = fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+    if (found && S_ISCHR(status.st_mode)) names_.emplace(device_of(status), name);
+  });
+  read_links("");
+  for_each_name(AT_FDCWD, dev + "/serial", [this](int /*directory*/, const std::string& name) {
+    read_links("serial/" + name + '/');
+  });
+  for (auto& [file, links] : links_) std::sort(links.begin(), links.end());
+}
+
+void Nodes::read_links(const std::string& directory) {
+  for_each_name(AT_FDCWD, dev_ + '/' + directory, [&](int open, const std::string& name) {
+    std::array<char, PATH_MAX> target;
+    const ssize_t size = readlinkat(open, name.c_str(), target.data(), target.size());
+    if (size <= 0) return;
+    // Those of each process, such as stdin, are not of the line.
+    const std::string_view path(target.data(), static_cast<std::size_t>(size));
+    struct stat status = {};
+    if (path.substr(0, 6) == "/proc/" || fstatat(open, name.c_str(), &status, 0) != 0) return;
+    links_[{status.st_dev, status.st_ino}].push_back(directory + name);
+  });
+}
+
+void Nodes::describe(const std::string& name, Device device, Cells& cells) {
+  // The file of the line's name, unless that is another device; or else a file of its numbers.
+  std::string node = name;
+  struct stat status = {};
+  const auto found = [&] { return stat((dev_ + '/' + node).c_str(), &status) == 0; };
+  if (!found() || (S_ISCHR(status.st_mode) && !(device_of(status) == device))) {
+    const auto other = names_.find(device);
+    if (other != names_.end()) node = other->second;
+    if (other == names_.end() || !found()) {
+      cells[kAccess] = "-";
+      append(cells[kDetail], ", ", "no device file");
+      return;
+    }
+  }
+  cells[kPath] = dev_ + '/' + node;
+  cells[kOwner] = user_name(status.st_uid);
+  cells[kGroup] = group_name(status.st_gid);
+  cells[kMode] = mode_text(status.st_mode);
+  cells[kAccess] = access_text(cells[kPath]);
+  constexpr mode_t kGroupMayUse = S_IRGRP | S_IWGRP;
+  if (cells[kAccess] == "-" && (status.st_mode & kGroupMayUse) == kGroupMayUse) {
+    append(cells[kDetail], "; ", "access: group " + cells[kGroup]);
+  }
+  for (const std::string& link : links_[{status.st_dev, status.st_ino}]) {
+    append(cells[kLinks], ",", link);
+    const std::size_t base = link.rfind('/') + 1;
+    if (link.compare(0, base, "serial/by-id/") == 0) cells[kById] = link.substr(base);
+    if (link.compare(0, base, "serial/by-path/") == 0) cells[kByPath] = link.substr(base);
+  }
+}
+
+std::string Nodes::user_name(uid_t id) {
+  const auto [known, is_new] = users_.try_emplace(id, std::to_string(id));
+  errno = 0;
+  if (!is_new) return known->second;
+  if (const passwd* const user = getpwuid(id)) {
+    known->second = user->pw_name;
+  } else {
+    fail_if_exhausted(dev_);
+  }
+  return known->second;
+}
+
+std::string Nodes::group_name(gid_t id) {
+  const auto [known, is_new] = groups_.try_emplace(id, std::to_string(id));
+  errno = 0;
+  if (!is_new) return known->second;
+  if (const group* const found = getgrgid(id)) {
+    known->second = found->gr_name;
+  } else {
+    fail_if_exhausted(dev_);
+  }
+  return known->second;
+}
+
+}  // namespace tty_lines

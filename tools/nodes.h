@@ -1,0 +1,49 @@
+// The device files of the lines, and the links that lead to them.
+#ifndef TTYDB_TOOLS_NODES_H
+#define TTYDB_TOOLS_NODES_H
+
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "columns.h"
+#include "parse.h"
+
+namespace tty_lines {
+
+inline Device device_of(const struct stat& status) {
+  return {major(status.st_rdev), minor(status.st_rdev)};
+}
+
+class Nodes {
+ public:
+  // Reads the names and the links in a directory of devices, and in its directory of links to
+  // serial ports.
+  explicit Nodes(const std::string& dev);
+
+  // Fills in what the device file of a line says: its path, owner, permissions, links, and whether
+  // this user may use it.
+  void describe(const std::string& name, Device device, Cells& cells);
+
+ private:
+  using File = std::pair<dev_t, ino_t>;
+
+  void read_links(const std::string& directory);
+  std::string user_name(uid_t id);
+  std::string group_name(gid_t id);
+
+  std::string dev_;
+  std::map<Device, std::string> names_;  // of character devices
+  std::map<File, std::vector<std::string>> links_;
+  std::map<uid_t, std::string> users_;
+  std::map<gid_t, std::string> groups_;
+};
+
+}  // namespace tty_lines
+
+#endif  // TTYDB_TOOLS_NODES_H
