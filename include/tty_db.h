@@ -21,14 +21,16 @@
  * operation that reads waits for it as long as it takes; one that writes tries ten times, 20 ms
  * apart, then gives up with TTY_DB_ERR_LOCK_FAILED.  An entry has a mutex of its own, which
  * registration and retrieval take for the caller (TTY_DB_OPT_LOCK_ENTRIES) and tty_db_tty_unlock()
- * gives back.  Two waits matter to callers:
- * - A retrieval waits for the thread that holds the entry, and keeps the read lock meanwhile. Until
- *   it has the entry every operation that writes fails, also one of the holder's.  So hold an entry
- *   for a short time, and call a writer again that failed.
- * - Deregistering a line waits for the thread that holds its entry, and keeps the write lock
- *   meanwhile: every other operation on the database waits too, or fails to get the lock.  So while
- *   it holds an entry, a thread must not call an operation that takes the database lock, unless no
- *   other thread can be deregistering that line.
+ * gives back.
+ *
+ * @par Waits for the holder of an entry
+ * A retrieval waits for the thread that holds the entry, and keeps the read lock meanwhile.  Until
+ * it has the entry, every operation that writes fails, one of the holder's too.  So hold an entry
+ * for a short time, and call a writer again that failed.
+ * Deregistering a line waits for the thread that holds its entry, and keeps the write lock
+ * meanwhile: every other operation on the database waits too, or fails to get the lock.  So while
+ * it holds an entry, a thread must not call an operation that takes the database lock, unless no
+ * other thread can be deregistering that line.
  *
  * @par Threads that end
  * An entry stays held when its holder ends without giving it back: from then on whoever asks for
