@@ -23,26 +23,32 @@ void fail_if_exhausted(const std::string& path) {
 }
 
 std::optional<std::string> read_file(int directory, const std::string& path) {
+  struct stat status = {};
+  if (fstatat(directory, path.c_str(), &status, 0) != 0) {
+    fail_if_exhausted(path);
+    return std::nullopt;
+  }
+  errno = EINVAL;
+  return S_ISREG(status.st_mode) ? read_kernel_file(directory, path) : std::nullopt;
+}
+
+std::optional<std::string> read_kernel_file(int directory, const std::string& path) {
   const auto failed = [&] {
     fail_if_exhausted(path);
     return std::nullopt;
   };
-  struct stat status = {};
-  if (fstatat(directory, path.c_str(), &status, 0) != 0) return failed();
-  errno = EINVAL;
-  if (!S_ISREG(status.st_mode)) return std::nullopt;
-  // What has taken the file's place since then is not waited for.
+  // What has taken the file's place since it was looked at is not waited for.
   const Descriptor file(
       openat(directory, path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   if (file.get() < 0) return failed();
   std::string text;
   std::array<char, 4096> buffer;
-  while (const ssize_t size = read(file.get(), buffer.data(), buffer.size())) {
-    if (size > 0) {
-      text.append(buffer.data(), static_cast<std::size_t>(size));
-    } else if (errno != EINTR) {
-      return failed();
-    }
+  std::size_t size = buffer.size();
+  while (size == buffer.size()) {  // less is the end of a file
+    const ssize_t got = read(file.get(), buffer.data(), buffer.size());
+    if (got < 0) return failed();
+    size = static_cast<std::size_t>(got);
+    text.append(buffer.data(), size);
   }
   if (const std::size_t end = text.find('\0'); end != std::string::npos) text.resize(end);
   return text;

@@ -3,6 +3,7 @@
 #include <sys/sysmacros.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstddef>
 #include <sstream>
@@ -16,6 +17,14 @@ std::vector<std::string> split_words(std::string_view text) {
   std::vector<std::string> words;
   for (std::string word; stream >> word;) words.push_back(word);
   return words;
+}
+
+// Takes the first word off a text; empty if there is none.
+std::string_view take_word(std::string_view& text) {
+  text.remove_prefix(std::min(text.find_first_not_of(" \n"), text.size()));
+  const std::string_view word = text.substr(0, text.find_first_of(" \n"));
+  text.remove_prefix(word.size());
+  return word;
 }
 
 // Takes the row apart from its end: of the columns only the first, the name, may hold spaces.
@@ -71,12 +80,12 @@ std::optional<Process> parse_process(std::string_view text) {
   const std::size_t close = text.rfind(')');
   if (close == std::string_view::npos || open >= close) return std::nullopt;
   const auto pid = parse_number(text.substr(0, open));
-  const std::vector<std::string> words = split_words(text.substr(close + 1));
-  if (!pid || words.size() < 6) return std::nullopt;
-
+  std::string_view rest = text.substr(close + 1);
+  std::array<std::string_view, 6> words;
+  for (std::string_view& word : words) word = take_word(rest);
   const auto group = parse_number(words[2]);
   const auto terminal = parse_number(words[4]);
-  if (!group || !terminal) return std::nullopt;
+  if (!pid || !group || !terminal) return std::nullopt;
   Process process{*pid, std::string(text.substr(open + 2, close - open - 2)), *group, {}, {}};
   if (*terminal != 0) process.terminal = Device{major(*terminal), minor(*terminal)};
   if (const auto foreground = parse_number(words[5]); foreground.value_or(0) != 0) {
