@@ -49,8 +49,8 @@ std::vector<Row> difference(const std::vector<Row>& left, const std::vector<Row>
   return rows;
 }
 
-bool is_news(const std::vector<Row>& left, const std::vector<Row>& right) {
-  return !difference(left, right).empty() || !difference(right, left).empty();
+bool is_news(const std::vector<Row>& before, const std::vector<Row>& now) {
+  return !difference(before, now).empty() || !difference(now, before).empty();
 }
 
 void append_new(std::vector<Column>& columns, const std::vector<Column>& more) {
