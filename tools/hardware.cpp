@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <sstream>
 #include <utility>
 
 #include "files.h"
@@ -215,9 +216,20 @@ std::string describe_interface(int directory, const std::string& interface, cons
   return out;
 }
 
+// A property of udev's, of the form "E:KEY=value".
+std::string udev_property(const std::string& udev, const std::string& key) {
+  std::istringstream lines(read_file(AT_FDCWD, udev).value_or(""));
+  const std::string start = "E:" + key + '=';
+  for (std::string line; std::getline(lines, line);) {
+    if (line.compare(0, start.size(), start) == 0) return line.substr(start.size());
+  }
+  return "";
+}
+
 // Goes up from the device that the line is on, as far as to a USB device; the interface is just
 // below that.  Returns whether there is one.
-bool read_usb_device(int directory, const std::string& name, Cells& cells) {
+bool read_usb_device(int directory, const std::string& name, const std::string& udev,
+                     Cells& cells) {
   constexpr int kMostLevels = 8;
   std::string below;
   std::string up = name + "/device";
@@ -228,6 +240,8 @@ bool read_usb_device(int directory, const std::string& name, Cells& cells) {
       cells[kVendor] = attribute("/manufacturer");
       cells[kModel] = attribute("/product");
       cells[kSerialNumber] = attribute("/serial");
+      if (cells[kVendor].empty()) cells[kVendor] = udev_property(udev, "ID_VENDOR_FROM_DATABASE");
+      if (cells[kModel].empty()) cells[kModel] = udev_property(udev, "ID_MODEL_FROM_DATABASE");
       cells[kPort] =
           attribute("/devpath").empty() ? "" : attribute("/busnum") + '-' + attribute("/devpath");
       cells[kInterface] = describe_interface(directory, below, cells);
@@ -255,10 +269,11 @@ bool read_bluetooth(int directory, const std::string& name, Cells& cells) {
 
 }  // namespace
 
-Hardware read_hardware(int directory, const std::string& name, Cells& cells) {
+Hardware read_hardware(int directory, const std::string& name, const std::string& udev,
+                       Cells& cells) {
   cells[kDriver] = find_driver_name(directory, name);
   Hardware found = {read_serial_port(directory, name, cells), std::nullopt};
-  if (read_usb_device(directory, name, cells)) found.bus = kUsb;
+  if (read_usb_device(directory, name, udev, cells)) found.bus = kUsb;
   if (read_bluetooth(directory, name, cells)) found.bus = kBluetooth;
   return found;
 }

@@ -16,8 +16,10 @@ struct Hardware {
 };
 
 // Fills in the cells of a serial port, and of the device that it is on.  `directory` is the
-// descriptor of /sys/class/tty.
-Hardware read_hardware(int directory, const std::string& name, Cells& cells);
+// descriptor of /sys/class/tty, `udev` the path of what udev knows of the line: the maker and the
+// model, from its database, of a USB device that does not tell them.
+Hardware read_hardware(int directory, const std::string& name, const std::string& udev,
+                       Cells& cells);
 
 }  // namespace tty_lines
 

@@ -24,7 +24,8 @@ enum Option {
   kSysfs,
   kProc,
   kDev,
-  kLockOption
+  kLockOption,
+  kUdev
 };
 
 constexpr option kOptions[] = {
@@ -47,6 +48,7 @@ constexpr option kOptions[] = {
     {"raw", no_argument, nullptr, 'r'},
     {"sort", required_argument, nullptr, 'x'},
     {"sysfs", required_argument, nullptr, kSysfs},
+    {"udev", required_argument, nullptr, kUdev},
     {"version", no_argument, nullptr, 'V'},
     {"watch", optional_argument, nullptr, kWatch},
     {nullptr, 0, nullptr, 0},
@@ -146,6 +148,7 @@ name (ttyUSB0) or a path (/dev/serial/by-id/...); without any, all lines are lis
      --proc DIR         read DIR in place of /proc
      --dev DIR          read DIR in place of /dev
      --lock DIR         read DIR in place of /run/lock
+     --udev DIR         read DIR in place of /run/udev
 
  -h, --help             print this help, and exit
  -V, --version          print the version, and exit
@@ -234,6 +237,9 @@ Options parse_options(int argc, char** argv) {
         break;
       case kLockOption:
         options.roots.lock = optarg;
+        break;
+      case kUdev:
+        options.roots.udev = optarg;
         break;
       default:
         throw UsageError("");

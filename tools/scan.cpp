@@ -73,7 +73,10 @@ bool read_state(int directory, const std::string& name, dev_t device, Cells& cel
 
 // The process whose lock file claims a line; empty if there is none, or it has ended.
 std::string lock_holder(const Roots& roots, const std::string& name) {
-  const std::string text = read_line(AT_FDCWD, roots.lock + "/LCK.." + name);
+  const std::string file = "/LCK.." + name;
+  std::string text = read_line(AT_FDCWD, roots.lock + file);
+  // Where that is another directory.
+  if (text.empty() && roots.lock == Roots{}.lock) text = read_line(AT_FDCWD, "/var/lock" + file);
   const std::string pid = text.substr(0, text.find(' '));
   const bool lives = parse_number(pid) && access((roots.proc + '/' + pid).c_str(), F_OK) == 0;
   return lives ? pid : "";
@@ -110,7 +113,8 @@ class Scan {
       // An entry that is still there says nothing of its device; otherwise it has vanished.
       if (!device && fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return;
       ScannedLine line = identify(name, device);
-      const Hardware found = read_hardware(directory, name, line.cells);
+      const std::string udev = roots_.udev + "/data/c" + (device ? text(*device) : "");
+      const Hardware found = read_hardware(directory, name, udev, line.cells);
       if (found.bus) line.kind = *found.bus;
       add(std::move(line), found.has_no_uart);
     };

@@ -21,6 +21,7 @@ struct Roots {
   std::string proc = "/proc";
   std::string dev = "/dev";
   std::string lock = "/run/lock";
+  std::string udev = "/run/udev";
 };
 
 struct ScannedLine {

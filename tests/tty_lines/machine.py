@@ -20,8 +20,9 @@ class Machine:
         self.proc = self.root / "proc"
         self.dev = self.root / "dev"
         self.lock = self.root / "lock"
+        self.udev = self.root / "udev"
         self.roots = [f"--{name}={self.root / path}" for name, path in (
-            ("sysfs", "sys"), ("proc", "proc"), ("dev", "dev"), ("lock", "lock"))]
+            ("sysfs", "sys"), ("proc", "proc"), ("dev", "dev"), ("lock", "lock"), ("udev", "udev"))]
         self.write(self.proc / "tty/drivers", DRIVERS)
         (self.sysfs / "class/tty").mkdir(parents=True)
         (self.dev / "pts").mkdir(parents=True)
@@ -95,3 +96,22 @@ def raspberry_pi(directory):
                        manufacturer="Arduino", product="Uno", serial="7553")
     pi.tty("ttyACM0", "166:0", on=control)
     return pi
+
+
+def terminal_server(directory):
+    """A PC with four ports of its own and 64 on cards."""
+    server = Machine(directory)
+    for number in range(4):
+        server.tty(f"ttyS{number}", f"4:{64 + number}", type=4 if number < 2 else 0)
+    for number in range(64):
+        server.tty(f"ttyMI{number}", f"30:{number}", type=4)
+    return server
+
+
+def container(directory):
+    """A container, which sees the host's lines and has no device files but its terminal."""
+    machine = raspberry_pi(directory)
+    for name in os.listdir(machine.sysfs / "class/tty"):
+        (machine.dev / name).unlink()
+    machine.write(machine.dev / "pts/0", "")
+    return machine

@@ -11,6 +11,7 @@ import random
 import resource
 import signal
 import socket
+import stat
 import struct
 import subprocess
 import sys
@@ -18,7 +19,7 @@ import tempfile
 import termios
 import unittest
 
-from machine import Machine, raspberry_pi
+from machine import Machine, container, raspberry_pi, terminal_server
 
 PROGRAM = os.path.abspath(sys.argv.pop(1))
 COMPLETION = pathlib.Path(__file__).parents[2] / "tools/completions/tty-lines"
@@ -96,6 +97,21 @@ class Registration(OnAMadeMachine):
         self.assertEqual({name: (line["category"], line["id"]) for name, line in lines.items()},
                          {"ttyAMA0": (1, 0), "ttyS0": (1, 1),
                           "ttyACM0": (2, 0), "ttyUSB1": (2, 1), "ttyUSB0": (2, 2)})
+
+    def test_every_line_of_a_machine_is_listed_once_with_an_id_of_its_own(self):
+        for make in raspberry_pi, terminal_server, container:
+            for option in "--all", "--by-driver":
+                with self.subTest(make.__name__), tempfile.TemporaryDirectory() as directory:
+                    machine = make(directory)
+                    status, output, messages = run(*machine.roots, "--all", option, "--list", "--raw",
+                                                   "--noheadings", "--output=device,category,id")
+                    lines = [line.split() for line in output.splitlines() if ":" in line]
+                    there = [(directory / "dev").read_text().strip()
+                             for directory in (machine.sysfs / "class/tty").iterdir()]
+                    there += ["0:0" for _ in (machine.dev / "pts").iterdir()]
+                    self.assertEqual(sorted(device for device, _, _ in lines), sorted(there))
+                    self.assertEqual(len({(category, id) for _, category, id in lines}), len(lines))
+                    self.assertEqual((status, messages), (0, ""))
 
     def test_an_id_stays_while_the_line_is_there(self):
         pi = raspberry_pi(self.directory)
@@ -202,6 +218,24 @@ class Columns(OnAMadeMachine):
                 "by_id": "usb-FTDI_Dual-if01", "by_path": "pci-0:3.2:1.1",
                 "links": "modem,serial/by-id/usb-FTDI_Dual-if01,serial/by-path/pci-0:3.2:1.1",
                 "path": str(node), "detail": "FTDI Dual RS232, serial FT5A, interface 1"})
+
+    def test_an_adapter_that_does_not_tell_its_maker(self):
+        machine = self.machine()
+        [interface] = machine.usb("1-1", driver="ch341", idVendor="1a86", idProduct="7523")
+        machine.tty("ttyUSB0", "188:0", on=interface)
+        self.assertEqual(lines_of(machine)["ttyUSB0"]["detail"], "USB 1a86:7523")
+        machine.write(machine.udev / "data/c188:0", "S:serial/by-id/usb-1a86\n"
+                      "E:ID_VENDOR_FROM_DATABASE=QinHeng\nE:ID_MODEL_FROM_DATABASE=CH340\n")
+        self.assertEqual(lines_of(machine)["ttyUSB0"]["detail"], "QinHeng CH340")
+
+    def test_a_device_file_of_another_name(self):
+        machine = self.machine()
+        machine.tty("ttyS0", "4:64", node=False)
+        try:
+            os.mknod(machine.dev / "serial0", stat.S_IFCHR | 0o600, os.makedev(4, 64))
+        except PermissionError as error:
+            self.skipTest(str(error))
+        self.assertEqual(lines_of(machine)["ttyS0"]["path"], f"{machine.dev}/serial0")
 
     def test_who_may_open_a_line(self):
         machine = self.machine()
