@@ -295,6 +295,8 @@ class CommandLine(OnAMadeMachine):
         self.assertEqual(self.listed(machine, "--category=0"), ["tty0", "tty1", "tty2"])
         self.assertEqual(self.listed(machine, "--all"),
                          ["tty0", "tty1", "tty2", "ttyS0", "ttyS1", "console"])
+        machine.process(90, "login", terminal="4:2", foreground=90)
+        self.assertEqual(self.listed(machine), ["tty1", "tty2", "ttyS1"])
 
     def test_lines_that_are_named(self):
         pi = raspberry_pi(self.directory)
