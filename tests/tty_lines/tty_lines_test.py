@@ -228,14 +228,17 @@ class Columns(OnAMadeMachine):
                       "E:ID_VENDOR_FROM_DATABASE=QinHeng\nE:ID_MODEL_FROM_DATABASE=CH340\n")
         self.assertEqual(lines_of(machine)["ttyUSB0"]["detail"], "QinHeng CH340")
 
-    def test_a_device_file_of_another_name(self):
+    def test_the_numbers_of_a_device_file_tell_whose_it_is(self):
         machine = self.machine()
         machine.tty("ttyS0", "4:64", node=False)
+        machine.tty("ttyS1", "4:65", node=False)
         try:
-            os.mknod(machine.dev / "serial0", stat.S_IFCHR | 0o600, os.makedev(4, 64))
+            os.mknod(machine.dev / "ttyS1", stat.S_IFCHR | 0o600, os.makedev(4, 64))
         except PermissionError as error:
             self.skipTest(str(error))
-        self.assertEqual(lines_of(machine)["ttyS0"]["path"], f"{machine.dev}/serial0")
+        lines = lines_of(machine)
+        self.assertEqual((lines["ttyS0"]["path"], lines["ttyS1"]["path"]),
+                         (f"{machine.dev}/ttyS1", None))
 
     def test_who_may_open_a_line(self):
         machine = self.machine()
