@@ -19,14 +19,15 @@ bool DriverBlocks::allows(const DriverKey& driver, ttydb::position at) const {
 
 void DriverBlocks::cover(const DriverKey& driver, ttydb::position at) {
   if (find(at) != blocks_.end()) return;
-  // Between the position and the next block on either side is no other.
-  const auto can_grow = [&](Blocks::const_iterator block) {
-    return block->first.category == at.category && block->second.driver == driver;
-  };
   const auto next = blocks_.upper_bound(at);
-  if (next != blocks_.begin() && can_grow(std::prev(next))) {
-    resize(std::prev(next), std::prev(next)->first, at);
-  } else if (next != blocks_.end() && can_grow(next)) {
+  const auto before = next == blocks_.begin() ? blocks_.end() : std::prev(next);
+  const auto is_own = [&](Blocks::const_iterator block) {
+    return block != blocks_.end() && block->first.category == at.category &&
+           block->second.driver == driver;
+  };
+  if (is_own(before) && before->second.last.id + 1 == at.id) {
+    resize(before, before->first, at);
+  } else if (is_own(next) && at.id + 1 == next->first.id) {
     resize(next, at, next->second.last);
   } else {
     const std::string& name = driver.second;

@@ -1,7 +1,6 @@
-// The blocks of a registry under manual block management: each belongs to one driver, is tagged
-// with the driver's name and just large enough for its lines.
-//
-// Blocks never overlap.  So a driver whose ids lie on both sides of another's has several blocks.
+// The blocks of a registry under manual block management: each is a run of ids of one driver, and
+// is tagged with the driver's name.  A driver has as many blocks as its ids have runs; ids within a
+// run that fall free stay the driver's.
 #ifndef TTYDB_TOOLS_DRIVER_BLOCKS_H
 #define TTYDB_TOOLS_DRIVER_BLOCKS_H
 

@@ -22,41 +22,52 @@ void fail_if_exhausted(const std::string& path) {
   if (errno == EMFILE || errno == ENFILE || errno == ENOMEM) fail(path);
 }
 
-std::optional<std::string> read_file(int directory, const std::string& path) {
+namespace {
+
+bool is_regular(int directory, const std::string& path) {
   struct stat status = {};
   if (fstatat(directory, path.c_str(), &status, 0) != 0) {
     fail_if_exhausted(path);
-    return std::nullopt;
+    return false;
   }
   errno = EINVAL;
-  return S_ISREG(status.st_mode) ? read_kernel_file(directory, path) : std::nullopt;
+  return S_ISREG(status.st_mode);
 }
 
-std::optional<std::string> read_kernel_file(int directory, const std::string& path) {
-  const auto failed = [&] {
-    fail_if_exhausted(path);
-    return std::nullopt;
-  };
+// Reads until the end of a file or, to read its start, once.
+std::optional<std::string> read_text(int directory, const std::string& path, bool whole) {
   // What has taken the file's place since it was looked at is not waited for.
   const Descriptor file(
       openat(directory, path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-  if (file.get() < 0) return failed();
   std::string text;
   std::array<char, 4096> buffer;
-  std::size_t size = buffer.size();
-  while (size == buffer.size()) {  // less is the end of a file
-    const ssize_t got = read(file.get(), buffer.data(), buffer.size());
-    if (got < 0) return failed();
-    size = static_cast<std::size_t>(got);
-    text.append(buffer.data(), size);
+  ssize_t size = file.get() < 0 ? -1 : 1;
+  for (bool more = size >= 0; more && size > 0; more = whole) {
+    size = read(file.get(), buffer.data(), buffer.size());
+    if (size > 0) text.append(buffer.data(), static_cast<std::size_t>(size));
+  }
+  if (size < 0) {
+    fail_if_exhausted(path);
+    return std::nullopt;
   }
   if (const std::size_t end = text.find('\0'); end != std::string::npos) text.resize(end);
   return text;
 }
 
+}  // namespace
+
+std::optional<std::string> read_file(int directory, const std::string& path) {
+  return is_regular(directory, path) ? read_text(directory, path, true) : std::nullopt;
+}
+
+std::optional<std::string> read_record(int directory, const std::string& path) {
+  return read_text(directory, path, false);
+}
+
 std::string read_line(int directory, const std::string& path) {
+  if (!is_regular(directory, path)) return "";
   constexpr const char* kSpace = " \t\r\n";
-  const std::string text = read_file(directory, path).value_or("");
+  const std::string text = read_text(directory, path, false).value_or("");
   const std::size_t first = text.find_first_not_of(kSpace);
   if (first == std::string::npos) return "";
   return text.substr(first, text.find_last_not_of(kSpace) - first + 1);

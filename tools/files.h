@@ -34,11 +34,11 @@ void fail_if_exhausted(const std::string& path);
 // other kind of file is opened.
 std::optional<std::string> read_file(int directory, const std::string& path);
 
-// The same for a file that the kernel makes up, which is never of another kind.
-std::optional<std::string> read_kernel_file(int directory, const std::string& path);
+// The first 4 KiB of a file that the kernel makes up of one record, and that is of no other kind.
+std::optional<std::string> read_record(int directory, const std::string& path);
 
-// As read_file, for a file of one line: without white space at its ends, empty if it cannot be
-// read.
+// The first 4 KiB of a regular file, for a file of one line: without white space at its ends, empty
+// if it cannot be read.
 std::string read_line(int directory, const std::string& path);
 
 std::unique_ptr<DIR, int (*)(DIR*)> open_directory(int directory, const std::string& path);

@@ -259,12 +259,9 @@ bool read_usb_device(int directory, const std::string& name, const std::string& 
 }
 
 // A line over Bluetooth tells its other end.
-bool read_bluetooth(int directory, const std::string& name, Cells& cells) {
-  const std::string peer = read_line(directory, name + "/address");
-  if (classify(name, "") != kBluetooth || peer.empty()) return false;
-  cells[kDetail] = peer;
+void read_bluetooth(int directory, const std::string& name, Cells& cells) {
+  cells[kDetail] = read_line(directory, name + "/address");
   append(cells[kDetail], ", channel ", read_line(directory, name + "/channel"));
-  return true;
 }
 
 }  // namespace
@@ -273,8 +270,12 @@ Hardware read_hardware(int directory, const std::string& name, const std::string
                        Cells& cells) {
   cells[kDriver] = find_driver_name(directory, name);
   Hardware found = {read_serial_port(directory, name, cells), std::nullopt};
-  if (read_usb_device(directory, name, udev, cells)) found.bus = kUsb;
-  if (read_bluetooth(directory, name, cells)) found.bus = kBluetooth;
+  // A line over Bluetooth is not the adapter that it goes by.
+  if (classify(name, "") == kBluetooth) {
+    read_bluetooth(directory, name, cells);
+  } else if (read_usb_device(directory, name, udev, cells)) {
+    found.bus = kUsb;
+  }
   return found;
 }
 

@@ -1,5 +1,6 @@
 #include "listing.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -79,7 +80,7 @@ Listing::Listing(const Options& options)
       registry_(options.by_driver) {}
 
 std::string Listing::first() {
-  follow(reads_open_files());
+  follow(tell_of_use(options_.by_driver ? block_columns() : line_columns()));
   std::string out = options_.by_driver ? blocks() : lines();
   if (for_people_ && options_.headings) out += totals();
   return out;
@@ -89,29 +90,31 @@ std::string Listing::next() {
   const std::vector<Row> before = shown_;
   try {
     follow(false);
-    // Who has a line open is no event, and so is only read to tell of one.
-    if (reads_open_files() && is_news(before, shown_)) follow(true);
+    // How lines are used is no event, and so is only read to tell of one.
+    if (tell_of_use(event_columns()) && is_news(before, shown_)) follow(true);
   } catch (const std::exception& failure) {
+    shown_ = before;
     if (!std::exchange(failing_, true)) complain(failure);
     return "";
   }
   failing_ = false;
-  return is_news(before, shown_) ? events(difference(before, shown_), difference(shown_, before))
-                                 : "";
+  if (!is_news(before, shown_)) return "";
+  return events(difference(before, shown_), difference(shown_, before));
 }
 
-// Whether a column is printed that tells of open files.
-bool Listing::reads_open_files() const {
+// Whether some columns tell how lines are used: what takes the most time to read.
+bool Listing::tell_of_use(const std::vector<Column>& columns) const {
   const auto tells = [](Column column) {
-    return column == kPid || column == kCommand || column == kUsers;
+    return column == kPid || column == kCommand || column == kUsers || column == kSize ||
+           column == kSpeed;
   };
-  return options_.default_columns || tells(options_.sort_by.value_or(kName)) ||
-         std::any_of(options_.columns.begin(), options_.columns.end(), tells);
+  return tells(options_.sort_by.value_or(kName)) ||
+         std::any_of(columns.begin(), columns.end(), tells);
 }
 
 // Brings the registry in step with the machine, and tells what is wrong, when that is new.
-void Listing::follow(bool open_files) {
-  const Machine machine = scan(options_.roots, open_files);
+void Listing::follow(bool use) {
+  const Machine machine = scan(options_.roots, use);
   std::vector<std::string> reports = registry_.follow(machine.lines);
   std::string unreadable;
   for (const std::string& path : machine.unreadable) {
@@ -139,14 +142,17 @@ void Listing::follow(bool open_files) {
   }
 }
 
-// Whether a word of the command line names a line: by its name, by a link to its device file, or by
-// a path.
+// Whether a word of the command line names a line: by its name, or by a path that leads to its
+// device file, which may begin below /dev.
 bool Listing::names(const std::string& device, const Row& row) const {
-  const std::string dev = options_.roots.dev + '/';
-  const std::string name =
-      device.compare(0, dev.size(), dev) == 0 ? device.substr(dev.size()) : device;
-  return name == row.cells[kName] || device == row.cells[kPath] ||
-         (',' + row.cells[kLinks] + ',').find(',' + name + ',') != std::string::npos;
+  if (device == row.cells[kName]) return true;
+  if (device.empty()) return false;
+  const std::string path = device[0] == '/' ? device : options_.roots.dev + '/' + device;
+  struct stat named = {};
+  struct stat own = {};
+  if (stat(path.c_str(), &named) != 0 || stat(row.cells[kPath].c_str(), &own) != 0) return false;
+  return (named.st_dev == own.st_dev && named.st_ino == own.st_ino) ||
+         (S_ISCHR(named.st_mode) && S_ISCHR(own.st_mode) && named.st_rdev == own.st_rdev);
 }
 
 bool Listing::shows(const Row& row) const {
@@ -158,21 +164,52 @@ bool Listing::shows(const Row& row) const {
                      [&](const std::string& device) { return names(device, row); });
 }
 
-// The columns to print: the default ones that say something of what is shown, then those of the
-// user's choice; those alone if that is what the command line asks for.
-std::vector<Column> Listing::choose(const std::vector<Column>& defaults) const {
-  const auto says_something = [this](Column column) {
-    return json_ || column >= kLineColumns || (column == kSize && options_.by_driver) ||
-           std::any_of(shown_.begin(), shown_.end(), [&](const Row& row) {
+// The default columns, unless the command line asks for none, then those of the user's choice.
+std::vector<Column> Listing::with_chosen(std::vector<Column> defaults) const {
+  if (!options_.default_columns) defaults.clear();
+  append_new(defaults, options_.columns);
+  return defaults;
+}
+
+std::vector<Column> Listing::line_columns() const {
+  if (json_) return with_chosen(column_range(0, kLineColumns));
+  if (options_.kinds.count(kKinds[kPseudoTerminal].name) != 0) {
+    return with_chosen({kName, kDetail, kPort, kAccess, kSize, kSpeed, kCommand});
+  }
+  return with_chosen({kName, kDetail, kPort, kAccess, kCommand});
+}
+
+std::vector<Column> Listing::block_columns() const {
+  if (json_) return with_chosen(column_range(0, kChoosable));
+  return with_chosen({kName, kCategory, kId, kFirst, kRegistered, kDetail});
+}
+
+std::vector<Column> Listing::event_columns() const {
+  if (json_) return with_chosen(column_range(0, kLineColumns));
+  return with_chosen({kName, kKind, kDetail});
+}
+
+// Leaves out of the default columns those that say nothing of what is shown.
+std::vector<Column> Listing::telling(std::vector<Column> columns) const {
+  const auto says_nothing = [this](Column column) {
+    const auto& chosen = options_.columns;
+    return !json_ && column < kLineColumns &&
+           std::find(chosen.begin(), chosen.end(), column) == chosen.end() &&
+           std::none_of(shown_.begin(), shown_.end(), [&](const Row& row) {
              return !row.cells[column].empty() && (column != kAccess || row.cells[column] != "rw");
            });
   };
-  std::vector<Column> columns;
-  if (options_.default_columns) {
-    std::copy_if(defaults.begin(), defaults.end(), std::back_inserter(columns), says_something);
-  }
-  append_new(columns, options_.columns);
+  columns.erase(std::remove_if(columns.begin(), columns.end(), says_nothing), columns.end());
   return columns;
+}
+
+// Sorts lines as the command line asks.
+void Listing::sort(std::vector<Row>::iterator first, std::vector<Row>::iterator last) const {
+  if (!options_.sort_by) return;
+  const Column column = *options_.sort_by;
+  std::stable_sort(first, last, [column](const Row& left, const Row& right) {
+    return strverscmp(left.cells[column].c_str(), right.cells[column].c_str()) < 0;
+  });
 }
 
 // The cells of a line as they are printed.
@@ -188,38 +225,30 @@ Table Listing::make_table(const char* name, const std::vector<Column>& columns, 
 }
 
 std::string Listing::lines() const {
-  std::vector<Column> defaults = {kName, kDetail, kPort, kAccess, kCommand};
-  if (options_.kinds.count(kKinds[kPseudoTerminal].name) != 0) {
-    defaults = {kName, kDetail, kPort, kAccess, kSize, kSpeed, kCommand};
-  }
-  if (json_) defaults = column_range(0, kLineColumns);
-  Table table = make_table("lines", choose(defaults), Shape::kList);
-  std::vector<Row> sorted = shown_;
-  if (options_.sort_by) {
-    const Column column = *options_.sort_by;
-    std::stable_sort(sorted.begin(), sorted.end(), [column](const Row& left, const Row& right) {
-      return strverscmp(left.cells[column].c_str(), right.cells[column].c_str()) < 0;
-    });
-  }
-  for (const Row& row : sorted) table.add(visible(row));
+  Table table = make_table("lines", telling(line_columns()), Shape::kList);
+  std::vector<Row> rows = shown_;
+  sort(rows.begin(), rows.end());
+  for (const Row& row : rows) table.add(visible(row));
   return table.text();
 }
 
 // The blocks that have lines to show, with those as their children.
 std::string Listing::blocks() const {
-  const std::vector<Column> defaults =
-      json_ ? column_range(0, kChoosable)
-            : std::vector<Column>{kName, kCategory, kId, kFirst, kSize, kRegistered, kDetail};
-  Table table = make_table("blocks", choose(defaults), options_.list ? Shape::kList : Shape::kTree);
-  auto row = shown_.begin();
+  Table table =
+      make_table("blocks", telling(block_columns()), options_.list ? Shape::kList : Shape::kTree);
+  std::vector<Row> rows = shown_;
+  auto row = rows.begin();
   // Lines that are not registered come after the blocks of their category.
   const auto add_up_to = [&](ttydb::position end, Table::Line parent) {
-    for (; row != shown_.end() && row->position < end; ++row) table.add(visible(*row), parent);
+    const auto last =
+        std::find_if(row, rows.end(), [&](const Row& other) { return !(other.position < end); });
+    sort(row, last);
+    for (; row != last; ++row) table.add(visible(*row), parent);
   };
   for (const ttydb::block_details& block : registry_.blocks()) {
     const ttydb::position end{block.category, block.first_tty + block.capacity};
     add_up_to({block.category, block.first_tty}, nullptr);
-    if (row == shown_.end() || !(row->position < end)) continue;
+    if (row == rows.end() || !(row->position < end)) continue;
     Cells cells;
     cells[kCategory] = std::to_string(block.category);
     cells[kFirst] = std::to_string(block.first_tty);
@@ -255,12 +284,7 @@ std::string Listing::totals() const {
 std::string Listing::events(const std::vector<Row>& gone, const std::vector<Row>& come) const {
   std::vector<Column> columns = {kEvent};
   if (for_people_) columns.insert(columns.begin(), kTime);
-  if (options_.default_columns) {
-    append_new(columns,
-               json_ ? column_range(0, kLineColumns) : std::vector<Column>{kName, kKind, kDetail});
-  }
-  append_new(columns, options_.columns);
-
+  append_new(columns, event_columns());
   Table table = make_table("events", columns, Shape::kEvents);
   for (const auto& [event, rows] : {std::pair("-", &gone), std::pair("+", &come)}) {
     for (const Row& row : *rows) {

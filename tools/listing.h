@@ -33,11 +33,16 @@ class Listing {
   bool complete() const { return reported_.empty(); }
 
  private:
-  bool reads_open_files() const;
-  void follow(bool open_files);
+  bool tell_of_use(const std::vector<Column>& columns) const;
+  void follow(bool use);
   bool names(const std::string& device, const Row& row) const;
   bool shows(const Row& row) const;
-  std::vector<Column> choose(const std::vector<Column>& defaults) const;
+  std::vector<Column> with_chosen(std::vector<Column> defaults) const;
+  std::vector<Column> line_columns() const;
+  std::vector<Column> block_columns() const;
+  std::vector<Column> event_columns() const;
+  std::vector<Column> telling(std::vector<Column> columns) const;
+  void sort(std::vector<Row>::iterator first, std::vector<Row>::iterator last) const;
   Cells visible(const Row& row) const;
   Table make_table(const char* name, const std::vector<Column>& columns, Shape shape) const;
   std::string lines() const;

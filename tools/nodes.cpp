@@ -67,7 +67,9 @@ void Nodes::read_links(const std::string& directory) {
 
 void Nodes::describe(const std::string& name, Device device, Cells& cells) {
   // The file of the line's name, unless that is another device; or else a file of its numbers.
+  // (The kernel's lists have "!" for "/".)
   std::string node = name;
+  std::replace(node.begin(), node.end(), '!', '/');
   struct stat status = {};
   const auto found = [&] { return stat((dev_ + '/' + node).c_str(), &status) == 0; };
   if (!found() || (S_ISCHR(status.st_mode) && !(device_of(status) == device))) {
@@ -84,9 +86,11 @@ void Nodes::describe(const std::string& name, Device device, Cells& cells) {
   cells[kGroup] = group_name(status.st_gid);
   cells[kMode] = mode_text(status.st_mode);
   cells[kAccess] = access_text(cells[kPath]);
-  constexpr mode_t kGroupMayUse = S_IRGRP | S_IWGRP;
-  if (cells[kAccess] == "-" && (status.st_mode & kGroupMayUse) == kGroupMayUse) {
-    append(cells[kDetail], "; ", "access: group " + cells[kGroup]);
+  if (cells[kAccess] == "-") {
+    constexpr mode_t kGroupMayUse = S_IRGRP | S_IWGRP;
+    const bool group_may = (status.st_mode & kGroupMayUse) == kGroupMayUse;
+    append(cells[kDetail], "; ",
+           "access: " + (group_may ? "group " + cells[kGroup] : "user " + cells[kOwner]));
   }
   for (const std::string& link : links_[{status.st_dev, status.st_ino}]) {
     append(cells[kLinks], ",", link);

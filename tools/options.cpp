@@ -128,7 +128,7 @@ name (ttyUSB0) or a path (/dev/serial/by-id/...); without any, all lines are lis
  -k, --kind LIST        lines of these kinds only, idle or not:
                         console, serial, usb, pty, virtual, bluetooth, other
      --category N       lines of category N only, idle or not
-     --by-driver        keep blocks of ids for the drivers, and list the lines as their children
+     --by-driver        keep a block for each run of a driver's ids, with its lines as children
  -l, --list             with --by-driver: list blocks and lines without a tree
 
  -o, --output LIST      print these columns; with +LIST besides the default ones
@@ -189,8 +189,7 @@ Options parse_options(int argc, char** argv) {
         choose_columns(options, optarg);
         break;
       case 'O':
-        options.columns = column_range(0, options.by_driver ? kChoosable : kLineColumns);
-        options.default_columns = false;
+        options.all_columns = true;
         break;
       case 'p':
         options.full_paths = true;
@@ -244,6 +243,10 @@ Options parse_options(int argc, char** argv) {
       default:
         throw UsageError("");
     }
+  }
+  if (options.all_columns) {
+    options.columns = column_range(0, options.by_driver ? kChoosable : kLineColumns);
+    options.default_columns = false;
   }
   options.devices.insert(options.devices.end(), argv + optind, argv + argc);
   return options;

@@ -25,8 +25,9 @@ struct Options {
   bool headings = true;
   bool all = false;
   bool by_driver = false;
-  bool list = false;            // blocks without their lines as children
-  bool full_paths = false;      // in the column NAME
+  bool list = false;        // blocks without their lines as children
+  bool full_paths = false;  // in the column NAME
+  bool all_columns = false;
   std::vector<Column> columns;  // that the user has chosen
   bool default_columns = true;  // the default ones come before those
   std::optional<Column> sort_by;

@@ -59,6 +59,7 @@ std::vector<std::string> Registry::follow(const std::vector<ScannedLine>& scanne
   unregistered_.clear();
   remove_gone(scanned);
   wanted_.clear();
+  full_.clear();
   for (const ScannedLine& line : scanned) {
     if (const auto wanted = wanted_position(line)) wanted_.insert(*wanted);
   }
@@ -121,8 +122,10 @@ void Registry::settle(const ScannedLine& line) {
   if (const auto held = held_.find(line.name); held != held_.end()) {
     entry = db_.retrieve_line<LineRecord>(held->second.position);
   } else {
-    const auto at = choose_position(line);
+    const std::pair key{line.category(), driver_key(line)};
+    const auto at = full_.count(key) == 0 ? choose_position(line) : std::nullopt;
     if (!at) {
+      full_.insert(key);
       return reject(line, "category " + std::to_string(line.category()) + " has no free id");
     }
     if (driver_blocks_) driver_blocks_->cover(driver_key(line), *at);

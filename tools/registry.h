@@ -64,7 +64,8 @@ class Registry {
   std::map<std::string, Held> held_;  // what is registered, by name
   std::set<ttydb::position> taken_;   // where
   // Of the scan being followed:
-  std::set<ttydb::position> wanted_;  // by names
+  std::set<ttydb::position> wanted_;                    // by names
+  std::set<std::pair<std::uint32_t, DriverKey>> full_;  // categories, for a driver
   std::vector<Row> unregistered_;
   std::vector<std::string> reports_;
 };

@@ -77,15 +77,15 @@ std::string lock_holder(const Roots& roots, const std::string& name) {
   std::string text = read_line(AT_FDCWD, roots.lock + file);
   // Where that is another directory.
   if (text.empty() && roots.lock == Roots{}.lock) text = read_line(AT_FDCWD, "/var/lock" + file);
-  const std::string pid = text.substr(0, text.find(' '));
+  const std::string pid = text.substr(0, text.find_first_of(" \t\r\n"));
   const bool lives = parse_number(pid) && access((roots.proc + '/' + pid).c_str(), F_OK) == 0;
   return lives ? pid : "";
 }
 
 class Scan {
  public:
-  Scan(const Roots& roots, bool open_files)
-      : roots_(roots), class_path_(roots.sysfs + "/class/tty"), nodes_(roots.dev) {
+  Scan(const Roots& roots, bool use)
+      : roots_(roots), use_(use), class_path_(roots.sysfs + "/class/tty"), nodes_(roots.dev) {
     const std::string drivers = roots.proc + "/tty/drivers";
     if (const auto text = read_file(AT_FDCWD, drivers)) {
       drivers_ = parse_drivers(*text);
@@ -93,8 +93,9 @@ class Scan {
       note_unreadable(drivers);
     }
     try {
-      users_ = find_users(roots.proc, open_files);
+      users_ = find_users(roots.proc, use);
     } catch (const std::system_error& failure) {
+      errno = failure.code().value();
       fail_if_exhausted(roots.proc);
       machine_.unreadable.emplace_back(failure.what());
     }
@@ -125,7 +126,8 @@ class Scan {
       const bool known = fstatat(directory, number.c_str(), &status, 0) == 0;
       if (!known && fstatat(directory, number.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return;
       ScannedLine line = identify(name, known ? std::optional(device_of(status)) : std::nullopt);
-      if (may_open(status) && !read_state(directory, number, status.st_rdev, line.cells)) return;
+      if (use_ && may_open(status) && !read_state(directory, number, status.st_rdev, line.cells))
+        return;
       add(std::move(line), false);
     };
     if (!for_each_name(AT_FDCWD, class_path_, add_kernel_line)) note_unreadable(class_path_);
@@ -208,6 +210,7 @@ class Scan {
   }
 
   const Roots& roots_;
+  bool use_;
   std::string class_path_;
   Nodes nodes_;
   std::vector<Driver> drivers_;
@@ -219,6 +222,6 @@ class Scan {
 
 }  // namespace
 
-Machine scan(const Roots& roots, bool open_files) { return Scan(roots, open_files).machine(); }
+Machine scan(const Roots& roots, bool use) { return Scan(roots, use).machine(); }
 
 }  // namespace tty_lines

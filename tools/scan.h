@@ -46,9 +46,10 @@ struct Machine {
 };
 
 // Reads the machine.  What cannot be read is named, and the rest is told.  A line that vanishes
-// meanwhile is left out.  Who has lines open is read only if that is asked for.  Throws
-// std::system_error if the process has run out of descriptors or memory.
-Machine scan(const Roots& roots, bool open_files);
+// meanwhile is left out.  Who has lines open, and the state of pseudo-terminals, are read only if
+// their use is asked for.  Throws std::system_error if the process has run out of descriptors or
+// memory.
+Machine scan(const Roots& roots, bool use);
 
 }  // namespace tty_lines
 

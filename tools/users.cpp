@@ -73,7 +73,7 @@ Users find_users(const std::string& proc, bool open_files) {
   Finder finder;
   const bool readable = for_each_name(AT_FDCWD, proc, [&](int directory, const std::string& name) {
     if (!parse_number(name)) return;
-    const auto process = parse_process(read_kernel_file(directory, name + "/stat").value_or(""));
+    const auto process = parse_process(read_record(directory, name + "/stat").value_or(""));
     if (!process) return;
     finder.add_session(*process);
     if (open_files) finder.add_open_lines(directory, name, *process);

@@ -136,19 +136,22 @@ class Registration(OnAMadeMachine):
 
     def test_by_driver_a_line_within_anothers_block_gets_an_id_elsewhere(self):
         machine = self.machine()
-        machine.tty("ttyS0", "4:64")
-        machine.tty("ttyS3", "4:67")
-        machine.tty("ttyAMA1", "204:65")
-        machine.tty("ttyAMA2", "204:66")
+        for number in range(3):
+            machine.tty(f"ttyS{number}", f"4:{64 + number}")
         with Watching("0.02", *machine.roots, "--by-driver", "--all") as watching:
-            ids = {line["name"]: line["id"] for block in watching.list["blocks"]
-                   for line in block["children"]}
-            self.assertEqual(ids, {"ttyAMA1": 1, "ttyAMA2": 2, "ttyS0": 0, "ttyS3": 3})
-            machine.unplug("ttyAMA2")
-            self.assertEqual(watching.changes(), ["-ttyAMA2"])
-            machine.tty("ttyS2", "4:66")
+            machine.unplug("ttyS1")  # its id stays in the block 0..2
+            self.assertEqual(watching.changes(), ["-ttyS1"])
+            machine.tty("ttyAMA1", "204:65")
             [(_, line)] = watching.events()
-            self.assertEqual(line["id"], 2)
+            self.assertEqual(line["id"], 3)
+
+    def test_by_driver_ids_between_those_of_a_driver_are_free(self):
+        machine = self.machine()
+        machine.tty("ttyAMA0", "204:64")
+        machine.tty("ttyAMA10000", "204:65")
+        machine.tty("ttyS5", "4:67")
+        self.assertEqual(run(*machine.roots, "--by-driver", "--list", "-nrao", "name,id")[:2],
+                         (0, "ttyAMA \nttyAMA0 0\nserial \nttyS5 5\nttyAMA \nttyAMA10000 10000\n"))
 
     def test_the_bus_of_a_line_tells_its_kind(self):
         machine = self.machine()
@@ -306,9 +309,12 @@ class CommandLine(OnAMadeMachine):
         pi.link(pi.dev / "serial/by-id/usb-Arduino", pi.dev / "ttyACM0")
         self.assertEqual(self.listed(pi, "ttyS0", f"{pi.dev}/serial/by-id/usb-Arduino"),
                          ["ttyS0", "ttyACM0"])
-        status, output, messages = run(*pi.roots, "ttyS0", "ttyS9")
+        pi.link(pi.root / "gps", pi.dev / "ttyACM0")
+        self.assertEqual(self.listed(pi, f"{pi.root}/gps", f"{pi.dev}//ttyS0"), ["ttyS0", "ttyACM0"])
+        status, output, messages = run(*pi.roots, "ttyS0", "ttyS9", "")
         self.assertIn("ttyS0", output)
-        self.assertEqual((status, messages), (1, "tty-lines: ttyS9: no such terminal line\n"))
+        self.assertEqual((status, messages), (1, "tty-lines: : no such terminal line\n"
+                                                 "tty-lines: ttyS9: no such terminal line\n"))
 
     def test_sorted_by_the_size_of_numbers(self):
         machine = self.machine()
