@@ -30,6 +30,20 @@ std::string mode_text(mode_t mode) {
   return text;
 }
 
+// The name of a user or a group, or else the number.  Each is looked up once.
+template <class Find>
+std::string name_of(std::map<unsigned, std::string>& known, unsigned id, Find find) {
+  const auto [entry, is_new] = known.try_emplace(id, std::to_string(id));
+  if (!is_new) return entry->second;
+  errno = 0;
+  if (const char* const name = find(id)) {
+    entry->second = name;
+  } else {
+    fail_if_exhausted("users and groups");
+  }
+  return entry->second;
+}
+
 std::string access_text(const std::string& path) {
   std::string text;
   if (access(path.c_str(), R_OK) == 0) text += 'r';
@@ -82,8 +96,14 @@ void Nodes::describe(const std::string& name, Device device, Cells& cells) {
     }
   }
   cells[kPath] = dev_ + '/' + node;
-  cells[kOwner] = user_name(status.st_uid);
-  cells[kGroup] = group_name(status.st_gid);
+  cells[kOwner] = name_of(users_, status.st_uid, [](uid_t id) -> const char* {
+    const passwd* const user = getpwuid(id);
+    return user == nullptr ? nullptr : user->pw_name;
+  });
+  cells[kGroup] = name_of(groups_, status.st_gid, [](gid_t id) -> const char* {
+    const group* const owners = getgrgid(id);
+    return owners == nullptr ? nullptr : owners->gr_name;
+  });
   cells[kMode] = mode_text(status.st_mode);
   cells[kAccess] = access_text(cells[kPath]);
   if (cells[kAccess] == "-") {
@@ -98,30 +118,6 @@ void Nodes::describe(const std::string& name, Device device, Cells& cells) {
     if (link.compare(0, base, "serial/by-id/") == 0) cells[kById] = link.substr(base);
     if (link.compare(0, base, "serial/by-path/") == 0) cells[kByPath] = link.substr(base);
   }
-}
-
-std::string Nodes::user_name(uid_t id) {
-  const auto [known, is_new] = users_.try_emplace(id, std::to_string(id));
-  errno = 0;
-  if (!is_new) return known->second;
-  if (const passwd* const user = getpwuid(id)) {
-    known->second = user->pw_name;
-  } else {
-    fail_if_exhausted(dev_);
-  }
-  return known->second;
-}
-
-std::string Nodes::group_name(gid_t id) {
-  const auto [known, is_new] = groups_.try_emplace(id, std::to_string(id));
-  errno = 0;
-  if (!is_new) return known->second;
-  if (const group* const found = getgrgid(id)) {
-    known->second = found->gr_name;
-  } else {
-    fail_if_exhausted(dev_);
-  }
-  return known->second;
 }
 
 }  // namespace tty_lines

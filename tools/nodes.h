@@ -34,14 +34,12 @@ class Nodes {
   using File = std::pair<dev_t, ino_t>;
 
   void read_links(const std::string& directory);
-  std::string user_name(uid_t id);
-  std::string group_name(gid_t id);
 
   std::string dev_;
   std::map<Device, std::string> names_;  // of character devices
   std::map<File, std::vector<std::string>> links_;
-  std::map<uid_t, std::string> users_;
-  std::map<gid_t, std::string> groups_;
+  std::map<unsigned, std::string> users_;
+  std::map<unsigned, std::string> groups_;
 };
 
 }  // namespace tty_lines
