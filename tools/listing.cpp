@@ -80,7 +80,7 @@ Listing::Listing(const Options& options)
       registry_(options.by_driver) {}
 
 std::string Listing::first() {
-  follow(tell_of_use(options_.by_driver ? block_columns() : line_columns()));
+  follow(need_use(options_.by_driver ? block_columns() : line_columns()));
   std::string out = options_.by_driver ? blocks() : lines();
   if (for_people_ && options_.headings) out += totals();
   return out;
@@ -91,7 +91,7 @@ std::string Listing::next() {
   try {
     follow(false);
     // How lines are used is no event, and so is only read to tell of one.
-    if (tell_of_use(event_columns()) && is_news(before, shown_)) follow(true);
+    if (need_use(event_columns()) && is_news(before, shown_)) follow(true);
   } catch (const std::exception& failure) {
     shown_ = before;
     if (!std::exchange(failing_, true)) complain(failure);
@@ -102,8 +102,8 @@ std::string Listing::next() {
   return events(difference(before, shown_), difference(shown_, before));
 }
 
-// Whether some columns tell how lines are used: what takes the most time to read.
-bool Listing::tell_of_use(const std::vector<Column>& columns) const {
+// Whether some columns need to know how lines are used: what takes the most time to read.
+bool Listing::need_use(const std::vector<Column>& columns) const {
   const auto tells = [](Column column) {
     return column == kPid || column == kCommand || column == kUsers || column == kSize ||
            column == kSpeed;

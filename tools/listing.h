@@ -29,11 +29,11 @@ class Listing {
   // nothing is.  A failure is reported, the first of a series, and changes nothing.
   std::string next();
 
-  // Whether all lines of the last scan are registered.
+  // Whether by the last scan everything could be read, found and registered.
   bool complete() const { return reported_.empty(); }
 
  private:
-  bool tell_of_use(const std::vector<Column>& columns) const;
+  bool need_use(const std::vector<Column>& columns) const;
   void follow(bool use);
   bool names(const std::string& device, const Row& row) const;
   bool shows(const Row& row) const;
@@ -55,7 +55,7 @@ class Listing {
   bool for_people_;  // a table on a terminal
   Registry registry_;
   std::vector<Row> all_;               // the lines of the last scan
-  std::vector<Row> shown_;             // what of it the command line asks for
+  std::vector<Row> shown_;             // those that the command line asks for
   std::vector<std::string> reported_;  // by the last scan, sorted
   bool failing_ = false;
   bool hint_given_ = false;

@@ -36,8 +36,8 @@ uint32_t tty_db_block_check_for_overlap(tty_db_type *db_h, uint32_t category, ui
   TTY_DB_NEED(db_h != NULL);
   TTY_DB_NEED(category >= TTY_CATEGORY_MIN && category <= TTY_CATEGORY_MAX);
   if (op.ok()) {
-    // No block before this one reaches the range, and none after the next could be the first to
-    // overlap it.
+    // The first block that ends after the range begins.  If it begins after the range ends, so do
+    // all that follow it.
     const tty_db_block_type *block = *tty_db_index_find_link(db_h, category, first_tty);
     if (block == resize_block && block != nullptr) block = block->next_block;
     if (block != nullptr && block->details.first_tty < first_tty + num_ttys) {

@@ -43,7 +43,7 @@ class tty_db_bitmap {
   }
 
  private:
-  // One more than the numbers need, so that N has a word and kWords a group.
+  // Enough that N itself, which bounds a search, has a word, and kWords a group.
   static constexpr uint32_t kWords = N / 64 + 1;
   static constexpr uint32_t kGroups = kWords / 64 + 1;
 
