@@ -192,10 +192,11 @@ void tty_trace(tty_trace_category *category, int level, int flags, uintptr_t reg
   {
     const Guard guard(records().lock);
     records().trace_sound = records().trace_sound && sound;
-    if (kind == 2) return;
+    if (kind == 2 && sound) return;
     if (records().trace_once && !records().traced.insert({routine, format}).second) return;
   }
-  record(std::string(category->name) + (kind == 1 ? " > " : " . ") + routine + ": " + text);
+  const char *const marks[] = {" . ", " > ", " < "};
+  record(category->name + std::string(marks[kind]) + routine + ": " + text);
 }
 
 void tty_ltrace_assert(const char *routine, int, const char *expression) {

@@ -17,8 +17,8 @@ namespace host {
 //   message   "message MNEMONIC 3 text"
 //   wait      "wait routine" and "wait over"
 // A pointer that name() has named is printed by that name, any other as "..", NULL as "0".
-// An exit line is not recorded: it closes the entry line of its routine, and must tell its result
-// as every routine does.
+// An exit line must close the entry line of its routine and tell its result as every routine does.
+// One that does not is recorded: "block < routine: text".
 std::vector<std::string> log();
 std::string log_text();
 void clear();
