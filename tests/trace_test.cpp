@@ -8,6 +8,7 @@
 #include <string.h>
 
 #include <fstream>
+#include <iterator>
 
 #include "block/block.h"
 #include "item/item.h"
@@ -125,6 +126,21 @@ TEST(Trace, EveryTracePointOnce) {
         << "line " << line + 1;
   }
   EXPECT_EQ(actual.size(), line);
+}
+
+// A new operation joins the life above, with its entry line.
+TEST(Trace, TheRecordHasEveryExportedOperation) {
+  std::ifstream recorded(RECORDED_LIFE);
+  const std::string life(std::istreambuf_iterator<char>(recorded), {});
+  std::ifstream exports(EXPORTS);
+  int operations = 0;
+  for (std::string word; exports >> word;) {
+    if (word.rfind("tty_db_", 0) != 0) continue;
+    ++operations;
+    const std::string entry_line = " > " + word.substr(0, word.find(';')) + ": Entering ..";
+    EXPECT_NE(life.find(entry_line), std::string::npos) << "not in life.txt: " << entry_line;
+  }
+  EXPECT_GT(operations, 0);
 }
 
 }  // namespace
