@@ -1,0 +1,201 @@
+// The trace facility of the stand-in.
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <time.h>
+
+#include <algorithm>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "child.h"
+#include "client.h"
+
+namespace {
+
+const std::string kLine = "client/block routine:12 text\n";
+
+Variables trace_to(const std::string &path) {
+  return {{"TTY_TRACE", "client"}, {"TTY_TRACE_FILE", path}};
+}
+
+void trace_a_line() { Client().trace("text"); }
+
+void print_categories() {
+  const Client client;
+  if (client.enabled == 0) puts("tracing is off");
+  for (uint32_t i = 0; i < 3; ++i) {
+    const tty_trace_category &category = client.context->categories[i];
+    if (category.enabled != 0) puts(category.name);
+  }
+}
+
+TEST(Tracing, IsTurnedOnByClientAndCategory) {
+  const std::map<std::string, std::string> cases = {
+      {"client", "global\nblock\ntty\n"},
+      {"client:block", "block\n"},
+      {"client:block+tty", "block\ntty\n"},
+      {"client:tty,other,client:global", "global\ntty\n"},
+      {"client:tty,client", "global\nblock\ntty\n"},
+      {"other:tty,client:block", "block\n"},
+      {"client:", "tracing is off\n"},
+      {"clients,clien", "tracing is off\n"},
+      {"client:no+tty+no", "TTY_TRACE: client has no category 'no'\ntty\n"},
+  };
+  for (const auto &[variable, printed] : cases) {
+    EXPECT_EQ(printed_by({{"TTY_TRACE", variable}}, print_categories), printed) << variable;
+  }
+}
+
+TEST(Tracing, WritesWhereALineComesFromAndItsArguments) {
+  const std::string printed = printed_by({{"TTY_TRACE", "client"}}, [] {
+    const Client client;
+    tty_trace(client.context->categories, 5, 0, 0, 1, "routine", 12, "%s %d %lu %x %X 100%% %",
+              static_cast<const char *>(nullptr), int64_t{-1}, uint64_t{1} << 63, uint64_t{0xab},
+              uint64_t{0x123456789abc});
+  });
+  EXPECT_EQ(without_times(printed),
+            "client/global routine:12 <NULL> -1 9223372036854775808 ab 123456789ABC 100% \n");
+}
+
+std::string three_hours_from_now() {
+  const time_t then = time(nullptr) + 3 * 3600;
+  char text[sizeof("hh:mm")];
+  strftime(text, sizeof(text), "%R", gmtime(&then));
+  return text;
+}
+
+TEST(Tracing, BeginsALineWithTheLocalTime) {
+  const std::string before = three_hours_from_now();
+  const std::string line = printed_by({{"TTY_TRACE", "client"}, {"TZ", "UTC-3"}}, [] {
+    tzset();
+    trace_a_line();
+  });
+  const std::string time = line.substr(0, before.size());
+  EXPECT_TRUE(time == before || time == three_hours_from_now()) << line;
+}
+
+using TraceFile = InADirectory;
+
+TEST_F(TraceFile, IsForItsOwnerAndTakesWholeLinesOfAllThreads) {
+  const auto trace_in_threads = [] {
+    Client client;
+    std::vector<std::thread> threads;
+    for (const char letter : {'a', 'b', 'c', 'd'}) {
+      threads.emplace_back([&client, letter] {
+        for (int i = 0; i < 25; ++i) client.trace(std::string(500, letter).c_str());
+      });
+    }
+    for (std::thread &thread : threads) thread.join();
+  };
+  printed_by(trace_to("trace"), trace_in_threads);
+  printed_by(trace_to("trace"), trace_in_threads);
+
+  struct stat file;
+  ASSERT_EQ(stat("trace", &file), 0);
+  EXPECT_EQ(file.st_mode & 0777, 0600u);
+  std::map<std::string, int> lines;
+  std::istringstream trace(without_times(contents("trace")));
+  for (std::string line; std::getline(trace, line);) ++lines[line];
+  EXPECT_EQ(lines.size(), 4u);
+  for (const char letter : {'a', 'b', 'c', 'd'}) {
+    EXPECT_EQ(lines["client/block routine:12 " + std::string(500, letter)], 50);
+  }
+}
+
+TEST_F(TraceFile, ThatCannotBeOpenedIsReportedAndStandardErrorTakesTheLines) {
+  EXPECT_EQ(without_times(printed_by(trace_to("no/file"), trace_a_line)),
+            "TTY_TRACE_FILE: no/file: No such file or directory\n" + kLine);
+}
+
+TEST_F(TraceFile, MayBeAStandardFile) {
+  for (const char *path : {"/dev/stderr", "/dev/fd/2", "/proc/self/fd/1"}) {
+    EXPECT_EQ(without_times(printed_by(trace_to(path), trace_a_line)), kLine);
+  }
+}
+
+int lowest_free_descriptor() {
+  const int fd = dup(STDERR_FILENO);
+  close(fd);
+  return fd;
+}
+
+TEST_F(TraceFile, GetsNoStandardDescriptorAndIsClosedOnExec) {
+  const std::string printed = printed_by(trace_to("trace"), [] {
+    const int expected = lowest_free_descriptor();
+    close(STDIN_FILENO);
+    const Client client;
+    puts(lowest_free_descriptor() == STDIN_FILENO ? "standard input is free" : "it is taken");
+    puts(fcntl(expected, F_GETFD) == FD_CLOEXEC ? "closed on exec" : "kept on exec");
+  });
+  EXPECT_EQ(printed, "standard input is free\nclosed on exec\n");
+}
+
+// Daemons close what is open, and then open files of their own.
+TEST_F(TraceFile, IsOpenedAnewIfTheProgramClosesItsDescriptor) {
+  printed_by(trace_to("trace"), [] {
+    Client client;
+    client.trace("text");
+    closefrom(STDERR_FILENO + 1);
+    const int own_file = open("own", O_WRONLY | O_CREAT, 0600);
+    client.trace("text");
+    client.~Client();
+    write(own_file, "still open", 10);
+  });
+  EXPECT_EQ(without_times(contents("trace")), kLine + kLine);
+  EXPECT_EQ(contents("own"), "still open");
+}
+
+TEST_F(TraceFile, IsClosedByItsLastClient) {
+  const std::string printed = printed_by(trace_to("trace"), [] {
+    const int lowest_free = lowest_free_descriptor();
+    auto first = std::make_unique<Client>();
+    auto second = std::make_unique<Client>();
+    first.reset();
+    second->trace("text");
+    second.reset();
+    puts(lowest_free_descriptor() == lowest_free ? "closed" : "left open");
+  });
+  EXPECT_EQ(printed, "closed\n");
+  EXPECT_EQ(without_times(contents("trace")), kLine);
+}
+
+TEST_F(TraceFile, MayLoseItsReader) {
+  ASSERT_EQ(mkfifo("pipe", 0600), 0);
+  const std::string printed = printed_by(trace_to("pipe"), [] {
+    const int reader = open("pipe", O_RDONLY | O_NONBLOCK);
+    Client client;
+    close(reader);
+    client.trace("text");
+    puts("not killed by SIGPIPE");
+  });
+  EXPECT_EQ(printed, "not killed by SIGPIPE\n");
+}
+
+// Reads what is in a pipe now.
+std::string read_now(int fd) {
+  std::string text(1 << 20, '\0');
+  text.resize(static_cast<size_t>(read(fd, text.data(), text.size())));
+  return without_times(text);
+}
+
+// A line without room is waited for, some seconds; those after it are dropped at once.
+TEST_F(TraceFile, DropsAndCountsLinesIfItsReaderStops) {
+  ASSERT_EQ(mkfifo("pipe", 0600), 0);
+  const std::string printed = printed_by(trace_to("pipe"), [] {
+    const int reader = open("pipe", O_RDONLY | O_NONBLOCK);
+    Client client;
+    for (int i = 0; i < 3000; ++i) client.trace("text");
+    const auto written = static_cast<int>(read_now(reader).size() / kLine.size());
+    client.trace("text");
+    printf("%d were written\n%s", written, read_now(reader).c_str());
+  });
+  const int written = std::stoi(printed);
+  EXPECT_GT(written, 100);
+  EXPECT_EQ(printed, std::to_string(written) + " were written\n" + kLine +
+                         std::to_string(3000 - written) +
+                         " trace lines have been lost up to here\n");
+}
+
+}  // namespace
