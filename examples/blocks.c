@@ -50,7 +50,7 @@ int main(void) {
         "find by line");
   print_block(&block);
 
-  /* Ids 8 to 11 do not hold line 13: refused, or without the option
+  /* Line 13 is not in 8 to 11.  Without the option it would be
    * deregistered. */
   expect(tty_db_block_resize(db, right, 8, 4,
                              TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG),

@@ -1,4 +1,4 @@
-/* Deregistering lines that other threads are using all the time. */
+/* Deregisters lines that other threads use all the time. */
 #define _POSIX_C_SOURCE 200809L /* nanosleep, in strict C too */
 
 #include <pthread.h>
@@ -10,7 +10,7 @@
 
 enum { SERIAL = 1, LINES = 8, USERS = 4, TRIES = 50 };
 
-/* The users stand back while it is set. */
+/* While it is set, the users pause. */
 static atomic_bool change_wanted;
 
 static void check(uint32_t rc, const char *what) {
@@ -38,8 +38,8 @@ static void *use(void *db) {
   return NULL;
 }
 
-/* Tries again where the lock could not be had: such a failure has
- * changed nothing. */
+/* Tries again if the database is busy: a failed call has changed
+ * nothing. */
 static uint32_t deregister(tty_db_type *db, uint32_t id) {
   uint32_t rc = TTY_DB_ERR_LOCK_FAILED;
   change_wanted = 1;

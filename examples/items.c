@@ -1,5 +1,4 @@
-/* Items: data with a key that is hung on an entry, and lives as long as
- * the line at most. */
+/* Items: data under a key, attached to the entry of a line. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -42,7 +41,7 @@ int main(void) {
   set_string(tty, ITEM_NAME, "modem");
   check(tty_db_tty_unlock(db, tty), "unlock");
 
-  /* Later, and perhaps in another thread. */
+  /* Later, perhaps in another thread. */
   check(tty_db_tty_retrieve(db, SERIAL, 7, &tty), "retrieve");
   check(tty_db_item_get(tty, ITEM_NAME, &data), "get item");
   printf("name: %s\n", (const char *)data);
@@ -52,8 +51,8 @@ int main(void) {
     puts("no log");
   }
 
-  /* An item keeps its size: to change that, destroy it and create it
-   * anew. */
+  /* The size of an item is fixed: to change it, destroy the item and
+   * create it again. */
   check(tty_db_item_destroy(tty, ITEM_NAME), "destroy item");
   set_string(tty, ITEM_NAME, "terminal server");
   check(tty_db_item_get(tty, ITEM_NAME, &data), "get item");

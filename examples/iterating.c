@@ -1,4 +1,4 @@
-/* Iterating while another thread registers and deregisters lines. */
+/* Iterates while another thread registers and deregisters lines. */
 #include <pthread.h>
 #include <stdatomic.h>
 #include <stdio.h>
@@ -15,8 +15,8 @@ static void check(uint32_t rc, const char *what) {
   exit(EXIT_FAILURE);
 }
 
-/* Lets the lines with odd ids come and go.  What fails for want of the
- * lock is left for later. */
+/* Registers and deregisters the lines with odd ids.  A call that fails,
+ * because the database is busy, is made again in the next round. */
 static void *churn(void *db) {
   for (uint32_t id = 1; !stop; id = (id + 2) % LINES) {
     tty_db_tty_type *tty;
@@ -50,11 +50,11 @@ int main(void) {
     while ((rc = tty_db_iterate_next(lines, &category, &id)) == 0) {
       tty_db_tty_type *tty;
       rc = tty_db_tty_retrieve(db, category, id, &tty);
-      /* It may be gone since the advance. */
+      /* The line may be gone since the advance. */
       if (rc == TTY_DB_ERR_NOT_REGISTERED) continue;
       check(rc, "retrieve");
       if (id % 2 == 0) ++stayed;
-      /* Before the next advance. */
+      /* Unlock before the next advance. */
       check(tty_db_tty_unlock(db, tty), "unlock");
     }
     if (rc != TTY_DB_ERR_NO_MORE) check(rc, "next");

@@ -18,7 +18,7 @@ int main(void) {
   rc = tty_db_tty_register(db, SERIAL, 7, sizeof(struct port), &tty);
   if (rc != 0) return EXIT_FAILURE;
   ((struct port *)tty)->baud = 9600;
-  /* Registration has handed the entry over locked. */
+  /* Registering has locked the entry for this thread. */
   tty_db_tty_unlock(db, tty);
 
   rc = tty_db_tty_retrieve(db, SERIAL, 7, &tty);
@@ -29,7 +29,7 @@ int main(void) {
     puts("line 7 is not registered");
   }
 
-  /* A writer that has not got the lock has changed nothing. */
+  /* If the database is busy: a failed call has changed nothing. */
   do {
     rc = tty_db_tty_deregister(db, SERIAL, 7);
   } while (rc == TTY_DB_ERR_LOCK_FAILED);

@@ -1,5 +1,5 @@
-/* A mistake that the library's assertions find: an entry is given back
- * twice. */
+/* A mistake that an assertion of the library finds: an entry is
+ * unlocked twice. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <tty_db.h>
@@ -11,7 +11,7 @@ int main(void) {
   if (tty_db_tty_register(db, 1, 7, sizeof(*tty), &tty) != 0)
     return EXIT_FAILURE;
   tty_db_tty_unlock(db, tty);
-  /* The mistake: this thread does not hold the entry any more. */
+  /* The mistake: this thread no longer holds the entry. */
   tty_db_tty_unlock(db, tty);
   puts("went on");
   return tty_db_destroy(db) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;

@@ -1,5 +1,5 @@
-/* Threads that share lines, for valgrind to look at; with an argument,
- * they make a mistake. */
+/* Threads that share a line, for valgrind's tools.  With an argument,
+ * they also share a counter without a lock. */
 #include <pthread.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -24,17 +24,14 @@ static void check(uint32_t rc, const char *what) {
 
 static void *work(void *argument) {
   const uint32_t own = *(const uint32_t *)argument;
-  if (mistaken)
-    ++workers_started; /* the other workers do so, too, and no lock is
-                          held */
+  if (mistaken) ++workers_started; /* a data race: no lock is held */
   for (int round = 0; round < ROUNDS; ++round) {
     tty_db_tty_type *tty;
     check(tty_db_tty_retrieve(db, SERIAL, SHARED, &tty), "retrieve");
     ++((struct port *)tty)->uses;
     check(tty_db_tty_unlock(db, tty), "unlock");
 
-    /* A line of this worker's own comes and goes, as soon as the
-     * database is not busy. */
+    /* Each worker registers and deregisters a line of its own. */
     uint32_t rc;
     do {
       rc = tty_db_tty_register(db, SERIAL, own, sizeof(struct port),

@@ -1,5 +1,4 @@
-/* A registry shared by many threads: four workers count on the same
- * eight lines. */
+/* Four threads share a database, and count on the same eight lines. */
 #include <pthread.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -24,7 +23,7 @@ static void *work(void *argument) {
     tty_db_tty_type *tty;
     check(tty_db_tty_retrieve(db, SERIAL, round % LINES, &tty),
           "retrieve");
-    /* No other thread is here. */
+    /* No other thread can use this entry now. */
     ((struct port *)tty)->bytes_sent += 10;
     check(tty_db_tty_unlock(db, tty), "unlock");
   }
@@ -40,7 +39,7 @@ int main(void) {
     tty_db_tty_type *tty;
     check(tty_db_tty_register(db, SERIAL, id, sizeof(struct port), &tty),
           "register");
-    /* Registration has handed the entry over locked. */
+    /* Registering has locked the entry for this thread. */
     check(tty_db_tty_unlock(db, tty), "unlock");
   }
 

@@ -1,5 +1,5 @@
-/* Who waits for whom: the waiting threads, as a watchdog in the process
- * sees them.  The program calls the platform's stand-in, and links it:
+/* Which threads wait for an entry, and who holds it: a thread of the
+ * process looks.  The program calls the stand-in, and links it:
  * cc tracing.c $(pkg-config --cflags --libs ttydb ttyplatform) */
 #define _POSIX_C_SOURCE 200809L /* nanosleep, in strict C too */
 
@@ -37,7 +37,7 @@ int main(void) {
   check(tty_db_tty_register(db, SERIAL, 7, sizeof(*line_7), &line_7),
         "register");
 
-  /* This thread goes on holding line 7, and another one asks for it. */
+  /* This thread holds line 7, and another one retrieves it. */
   pthread_t other;
   if (pthread_create(&other, NULL, retrieve_line_7, db) != 0)
     exit(EXIT_FAILURE);
@@ -50,7 +50,7 @@ int main(void) {
   const int mine = pthread_equal(line_7->lock_owner, pthread_self());
   printf("held by this thread: %s\n", mine ? "yes" : "no");
 
-  /* It waits inside the database, which nobody can change meanwhile. */
+  /* The waiting thread keeps the read lock, so that writers fail. */
   const uint32_t rc = tty_db_tty_deregister(db, SERIAL, 8);
   printf("deregister line 8: %s\n",
          rc != 0 ? qerr_strerror(rc) : "done");
