@@ -1,8 +1,7 @@
-// Runs works for valgrind's callgrind to count their instructions: `ttydb_cost CALLS WORK...`.
+// Runs workloads under callgrind, which counts their instructions: `ttydb_cost CALLS WORKLOAD...`.
 //
-// Each work is run twice, with CALLS and with twice as many calls, and its counts are dumped after
-// each; the difference is that of CALLS calls, to the instruction.  Nothing is counted while a work
-// is set up.
+// Each workload runs CALLS calls, then twice as many, and dumps its counts after each run.  Their
+// difference is the count for CALLS calls, without the overhead of a run.
 
 #include <stdlib.h>
 #include <valgrind/callgrind.h>
@@ -10,13 +9,13 @@
 #include <algorithm>
 
 #include "lines.h"
-#include "works.h"
+#include "workloads.h"
 
 namespace {
 
 void count(const std::string &name, const Loops &loops, size_t calls) {
   CALLGRIND_START_INSTRUMENTATION;
-  loops.counted(calls);  // whatever the first calls do besides, in the library and in the caches
+  loops.counted(calls);  // warms up: symbols are bound, the heap has grown
   for (const size_t times : {1, 2}) {
     const std::string dump = name + " " + std::to_string(times);
     CALLGRIND_ZERO_STATS;
@@ -29,13 +28,14 @@ void count(const std::string &name, const Loops &loops, size_t calls) {
 }  // namespace
 
 int main(int argc, char **argv) {
-  require(argc >= 2, "usage: ttydb_cost CALLS WORK...");
-  add_all_works();
+  require(argc >= 2, "usage: ttydb_cost CALLS WORKLOAD...");
+  add_all_workloads();
   for (int i = 2; i < argc; ++i) {
-    const auto work = std::find_if(works().begin(), works().end(),
-                                   [&](const Work &known) { return known.name == argv[i]; });
-    require(work != works().end(), argv[i]);
-    count(work->name, work->set_up(), strtoul(argv[1], nullptr, 10));
+    const auto workload =
+        std::find_if(workloads().begin(), workloads().end(),
+                     [&](const Workload &known) { return known.name == argv[i]; });
+    require(workload != workloads().end(), argv[i]);
+    count(workload->name, workload->set_up(), strtoul(argv[1], nullptr, 10));
   }
   return 0;
 }

@@ -1,10 +1,10 @@
-// Making a database with a line in each category, and destroying it.
+// Creates a database with a line in each category, and destroys it.
 
 #include "subjects.h"
-#include "works.h"
+#include "workloads.h"
 
-void add_database_works() {
-  add_work("make_and_destroy/library", [] {
+void add_database_workloads() {
+  add_workload("make_and_destroy/library", [] {
     return [](size_t) {
       Library library;
       for (uint16_t category = 0; category <= TTY_CATEGORY_MAX; ++category) {

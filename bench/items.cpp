@@ -1,13 +1,13 @@
-// Getting an item of an entry by its key: every item in turn, at random.
+// Gets the items of an entry by key, in random order.
 
 #include "subjects.h"
-#include "works.h"
+#include "workloads.h"
 
 namespace {
 
 constexpr size_t kItemSize = 32;
 
-// A list as an entry has it: nodes with the data behind them, most recent first.
+// The floor: the same list as an entry's, newest item first, the data behind each node.
 class InlineList {
  public:
   InlineList() = default;
@@ -44,12 +44,12 @@ class InlineList {
 };
 
 void add_get(uint32_t count) {
-  const std::string work = "item_get_" + std::to_string(count);
+  const std::string workload = "item_get_" + std::to_string(count);
   std::vector<uint32_t> values;
   for (uint32_t key = 0; key < count; ++key) values.push_back(key * 7919);
   const auto keys = Cycle<uint32_t>::draws(values);
 
-  add_work(work + "/library", [values, keys] {
+  add_workload(workload + "/library", [values, keys] {
     const auto library = std::make_shared<Library>();
     tty_db_tty_type *const tty = library->add({0, 0});
     for (const uint32_t key : values) {
@@ -62,7 +62,7 @@ void add_get(uint32_t count) {
       return item;
     };
   });
-  add_work(work + "/floor", [values, keys] {
+  add_workload(workload + "/floor", [values, keys] {
     const auto list = std::make_shared<InlineList>();
     for (const uint32_t key : values) list->create(key);
     return [list, keys](size_t call) {
@@ -74,6 +74,6 @@ void add_get(uint32_t count) {
 
 }  // namespace
 
-void add_item_works() {
+void add_item_workloads() {
   for (const uint32_t count : {1u, 8u, 64u}) add_get(count);
 }

@@ -1,8 +1,8 @@
-// Advancing an iterator.  A pass over all lines includes its start, its end, and the advance that
-// finds no further line.
+// Advances an iterator.  A pass over all lines includes the iterator's start and end, and the
+// advance that finds no further line.
 
 #include "subjects.h"
-#include "works.h"
+#include "workloads.h"
 
 namespace {
 
@@ -13,7 +13,7 @@ class Pass {
   Pass &operator=(const Pass &) = delete;
   ~Pass() { tty_db_iterate_end(iterator_); }
 
-  // Returns false at the end of a pass, and begins the next one.
+  // Returns false at the end of a pass, and starts the next pass.
   bool advance() {
     uint32_t category = 0;
     uint32_t id = 0;
@@ -36,17 +36,17 @@ class Pass {
   tty_db_iterator_type *iterator_ = nullptr;
 };
 
-// Adds the advances over the lines that `make` registers, and their floor.
+// Adds passes over the lines that `make` registers, and their floor.
 template <typename Make>
-void add_pass(const std::string &work, uint32_t lines, Make make) {
-  add_work(work + "/library", [lines, make] {
+void add_pass(const std::string &workload, uint32_t lines, Make make) {
+  add_workload(workload + "/library", [lines, make] {
     const auto pass = std::make_shared<Pass>(make());
     uint32_t found = 0;
     while (pass->advance()) ++found;
     require(found == lines, "iteration finds every line");
     return [pass](size_t) { return pass->advance(); };
   });
-  add_work(work + "/floor", [] {
+  add_workload(workload + "/floor", [] {
     const auto floor = std::make_shared<Floor>();
     return [floor](size_t) { return floor->miss(0); };
   });
@@ -54,7 +54,7 @@ void add_pass(const std::string &work, uint32_t lines, Make make) {
 
 }  // namespace
 
-void add_iterate_works() {
+void add_iterate_workloads() {
   add_pass("iterate_dense", 60000, [] {
     auto library = std::make_shared<Library>();
     for (const Line line : first_lines(60000)) library->add(line);
@@ -68,7 +68,7 @@ void add_iterate_works() {
     }
     return library;
   });
-  add_work("iterate_dense/std_map", [] {
+  add_workload("iterate_dense/std_map", [] {
     const auto map = std::make_shared<StdMap>();
     for (const Line line : first_lines(60000)) map->add(line);
     return [map, next = std::make_shared<StdMap::Key>(0)](size_t) {

@@ -1,4 +1,4 @@
-// The lines that the benchmarks work on, and the order in which they do.
+// The terminal lines that the workloads use, and the order of use.
 
 #ifndef TTY_DB_BENCH_LINES_H
 #define TTY_DB_BENCH_LINES_H
@@ -13,7 +13,7 @@
 
 #include "tty_db.h"
 
-// The record of a line: 64 bytes, for every subject.
+// A line's record, 64 bytes for every subject.
 struct Record {
   tty_db_tty_type head;
   uint64_t payload;
@@ -26,7 +26,7 @@ struct Line {
 
 constexpr uint32_t kLinesPerCategory = 10000;
 
-// The first `count` lines, category by category, kLinesPerCategory of each.
+// Returns the first `count` lines, kLinesPerCategory of each category.
 inline std::vector<Line> first_lines(uint32_t count) {
   std::vector<Line> lines;
   for (uint32_t i = 0; i < count; ++i) {
@@ -36,12 +36,12 @@ inline std::vector<Line> first_lines(uint32_t count) {
   return lines;
 }
 
-// A sequence to be repeated for ever: its length is a power of two.
+// A sequence that repeats for ever.  Its length is a power of two.
 template <typename T>
 class Cycle {
  public:
-  // Draws of the given values with equal chances, at least as many as there are values.  The same
-  // on every call.
+  // Draws values at random, with equal chances, at least as many as there are values.  Every call
+  // draws the same sequence.
   static Cycle draws(const std::vector<T> &values) {
     Cycle cycle;
     std::mt19937 random(20);
@@ -52,7 +52,7 @@ class Cycle {
     return cycle;
   }
 
-  // The sequence with every step converted.
+  // Returns the sequence with every step converted.
   template <typename Convert>
   auto convert(Convert &&to) const {
     Cycle<decltype(to(T{}))> converted;
@@ -69,10 +69,10 @@ class Cycle {
   std::vector<T> steps_;
 };
 
-// Ends the program where a step of a set-up fails: its figures would mean nothing.
+// Ends the program if a step of a set-up fails.
 inline void require(bool holds, const char *what) {
   if (holds) return;
-  fprintf(stderr, "ttydb_bench: failed: %s\n", what);
+  fprintf(stderr, "failed: %s\n", what);
   abort();
 }
 

@@ -1,19 +1,19 @@
-// The benchmarks.  Everything is set up before the first one runs, in the same order every time:
-// what a subject's records have for neighbours does not depend on which benchmark runs first.
+// Times the workloads.  All are set up before the first one runs, always in the same order, so that
+// the order of the runs does not change how the records lie in memory.
 
 #include <benchmark/benchmark.h>
 
-#include "works.h"
+#include "workloads.h"
 
 int main(int argc, char **argv) {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  add_all_works();
-  for (const Work &work : works()) {
-    auto *const timed = benchmark::RegisterBenchmark(work.name.c_str(), work.set_up().timed);
-    if (work.threads > 1) timed->Threads(work.threads)->UseRealTime();
+  add_all_workloads();
+  for (const Workload &workload : workloads()) {
+    auto *const timed =
+        benchmark::RegisterBenchmark(workload.name.c_str(), workload.set_up().timed);
+    if (workload.threads > 1) timed->Threads(workload.threads)->UseRealTime();
   }
-  add_trace_gate_works();
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
   return 0;

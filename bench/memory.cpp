@@ -1,5 +1,4 @@
-// The resident memory of the subjects: the anonymous pages that they make a process touch.  Each
-// figure is that of a process of its own.  Prints JSON.
+// Measures the resident memory of the subjects, each figure in a process of its own.  Prints JSON.
 
 #include <fcntl.h>
 #include <malloc.h>
@@ -14,7 +13,7 @@
 
 namespace {
 
-// The anonymous memory of this process that is resident, in bytes.
+// Returns the resident anonymous memory of this process, in bytes.
 long resident() {
   static char text[4096];
   const int file = open("/proc/self/smaps_rollup", O_RDONLY);
@@ -32,17 +31,17 @@ std::unique_ptr<Subject> subject_with(const std::vector<Line> &lines) {
   return subject;
 }
 
-// Returns what each of `count` subjects adds to the memory of a process, after `rounds` rounds in
-// each of which one of them, drawn at random, was ended and made anew.
+// Returns the bytes that each of `count` subjects adds to a process.  Each of the `rounds` replaces
+// a random subject by a new one first.
 template <typename Subject>
 double memory_of_each(size_t count, const std::vector<Line> &lines, int rounds = 0) {
   int result[2];
   require(pipe(result) == 0, "pipe");
   if (fork() == 0) {
-    const auto other = subject_with<Subject>({{0, 0}});  // what only the first one brings in
+    const auto other = subject_with<Subject>({{0, 0}});  // first-use costs
     std::vector<std::unique_ptr<Subject>> subjects(count);
     std::mt19937 random(20);
-    malloc_trim(0);  // memory that was freed before is not to serve the subjects
+    malloc_trim(0);  // subjects must not reuse freed memory
     const long before = resident();
     for (auto &subject : subjects) subject = subject_with<Subject>(lines);
     for (int round = 0; round < rounds; ++round) {
@@ -85,7 +84,7 @@ void print(const char *name, const char *separator) {
 }  // namespace
 
 int main() {
-  setvbuf(stdout, nullptr, _IONBF, 0);  // nothing for a child to print again
+  setvbuf(stdout, nullptr, _IONBF, 0);  // or the children would print the buffer too
   printf("{\n");
   print<Library>("library", ",");
   print<StdMap>("std_map", ",");

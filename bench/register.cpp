@@ -1,14 +1,14 @@
-// Registering a line and deregistering it again.
+// Registers a line and deregisters it again.
 
 #include "subjects.h"
-#include "works.h"
+#include "workloads.h"
 
 namespace {
 
-// Adds a work on one line of the subject that `make` makes.
+// Adds a workload on one line of the subject that `make` returns.
 template <typename Make>
 void add_pair(const std::string &name, Line line, Make make) {
-  add_work(name, [line, make] {
+  add_workload(name, [line, make] {
     const auto subject = make();
     const auto key = subject->key(line);
     require(subject->add_and_remove(key), "register and deregister");
@@ -16,7 +16,7 @@ void add_pair(const std::string &name, Line line, Make make) {
   });
 }
 
-// A line that is alone in its automatic block, in the place of one block among 1,001.
+// The line brings its automatic block along, the 1,001st block of the category.
 template <typename Subject>
 void add_among_blocks(const std::string &name, Line line) {
   add_pair(name, line, [line] {
@@ -32,12 +32,12 @@ void add_among_blocks(const std::string &name, Line line) {
 }
 
 template <typename Subject>
-void add_works_of(const std::string &name) {
+void add_workloads_of(const std::string &name) {
   add_pair("register_empty/" + name, {0, 5000}, [] { return std::make_shared<Subject>(); });
   add_among_blocks<Subject>("register_1000_blocks/" + name, {0, 5000});
 }
 
-// The library with a block that stands, with entries handed over locked or not.
+// The library with a reserved block.
 auto with_block(uint32_t options) {
   return [options] {
     auto library = std::make_shared<Library>(options);
@@ -52,21 +52,21 @@ auto floor_of(uint32_t options) {
 
 }  // namespace
 
-void add_register_works() {
+void add_register_workloads() {
   const Line line{0, 50};
-  add_works_of<Library>("library");
+  add_workloads_of<Library>("library");
   add_among_blocks<Library>("register_1000_blocks_first/library", {0, 0});
   add_among_blocks<Library>("register_1000_blocks_last/library", {0, 10000});
-  add_works_of<StdMap>("std_map");
-  add_works_of<StdUnorderedMap>("std_unordered_map");
-  add_works_of<ConcurrentHashMap>("tbb_hash_map");
+  add_workloads_of<StdMap>("std_map");
+  add_workloads_of<StdUnorderedMap>("std_unordered_map");
+  add_workloads_of<ConcurrentHashMap>("tbb_hash_map");
   add_pair("register_empty/floor", line, floor_of(TTY_DB_OPT_ALL));
 
   add_pair("register_standing/library", line, with_block(0));
   add_pair("register_standing/floor", line, floor_of(0));
   add_pair("register_standing_locked/library", line, with_block(TTY_DB_OPT_LOCK_ENTRIES));
   add_pair("register_standing_locked/floor", line, floor_of(TTY_DB_OPT_LOCK_ENTRIES));
-  add_work("register_standing_held/library", [line] {
+  add_workload("register_standing_held/library", [line] {
     const auto library = with_block(TTY_DB_OPT_LOCK_ENTRIES)();
     require(library->add_and_remove_held(line), "deregister a held line");
     return [library, line](size_t) { return library->add_and_remove_held(line); };

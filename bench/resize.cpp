@@ -1,16 +1,16 @@
-// Resizing a full block: by one id up, and by one id down again.
+// Grows a full block by one id, and shrinks it again.
 
 #include <string.h>
 
 #include "subjects.h"
-#include "works.h"
+#include "workloads.h"
 
 namespace {
 
 constexpr uint32_t kIds = 5000;
 
-// What a resize cannot do without, as long as a block's slots are one array of its exact size: the
-// locks, a zero-filled array, the copy, and the end of the old one.
+// The floor of a resize, as long as a block's slots are one array of exactly its size: locks, a new
+// zero-filled array, the copy, and the release of the old array.
 class InlineArray {
  public:
   InlineArray() : slots_(allocate(kIds)) { memset(slots_, 1, kIds * sizeof(*slots_)); }
@@ -20,7 +20,7 @@ class InlineArray {
 
   void *grow_and_shrink() {
     resize(kIds + 1, 1);
-    resize(kIds, 2);  // the id that goes is looked at under the lock, too
+    resize(kIds, 2);  // deregistration checks the lock too
     return slots_;
   }
 
@@ -43,8 +43,8 @@ class InlineArray {
 
 }  // namespace
 
-void add_resize_works() {
-  add_work("resize_5000/library", [] {
+void add_resize_workloads() {
+  add_workload("resize_5000/library", [] {
     const auto library = std::make_shared<Library>(TTY_DB_OPT_LOCK_ENTRIES);
     tty_db_block_type *const block = library->reserve(0, 0, kIds);
     for (uint16_t id = 0; id < kIds; ++id) library->add({0, id});
@@ -55,7 +55,7 @@ void add_resize_works() {
     require(grow_and_shrink(0), "resize");
     return grow_and_shrink;
   });
-  add_work("resize_5000/floor", [] {
+  add_workload("resize_5000/floor", [] {
     const auto array = std::make_shared<InlineArray>();
     return [array](size_t) { return array->grow_and_shrink(); };
   });

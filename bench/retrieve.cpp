@@ -1,7 +1,7 @@
-// Retrieving a line and giving it back.
+// Retrieves a line and unlocks it.
 
 #include "subjects.h"
-#include "works.h"
+#include "workloads.h"
 
 namespace {
 
@@ -17,7 +17,7 @@ auto with_lines(const std::vector<Line> &lines) {
   });
 }
 
-// A work that uses the lines of a cycle in turn.
+// Adds a workload that uses the lines of a cycle in turn.
 template <typename Make>
 void add_use(const std::string &name, Make make, const Cycle<Line> &lines, int threads = 1) {
   const auto set_up = [make, lines] {
@@ -27,15 +27,15 @@ void add_use(const std::string &name, Make make, const Cycle<Line> &lines, int t
       return subject->use(keys[call]);
     };
   };
-  add_work(name, set_up, threads);
+  add_workload(name, set_up, threads);
 }
 
 template <typename Subject>
 void add_miss(const std::string &name, const std::vector<Line> &present,
               const Cycle<Line> &absent) {
-  add_work(name, [present, absent] {
+  add_workload(name, [present, absent] {
     auto subject = std::make_shared<Subject>();
-    // The floor of a miss touches no record.
+    // The floor takes the lock and looks at no record.
     if constexpr (!std::is_same_v<Subject, Floor>) {
       for (const Line line : present) subject->add(line);
     }
@@ -46,11 +46,11 @@ void add_miss(const std::string &name, const std::vector<Line> &present,
 }
 
 template <typename Subject>
-void add_works_of(const std::string &name) {
+void add_workloads_of(const std::string &name) {
   const auto one = first_lines(1);
   add_use("retrieve_hot/" + name, with_lines<Subject>(one), Cycle<Line>::draws(one));
 
-  // The cost against the number of blocks: of ten ids each, and full.
+  // For the plot: full blocks of ten ids.
   for (const uint32_t blocks : {1u, 3u, 10u, 30u, 100u, 300u, 1000u}) {
     const auto lines = first_lines(blocks * TTY_DB_AUTO_BLOCK_SIZE);
     add_use("retrieve_blocks_" + std::to_string(blocks) + "/" + name, with_lines<Subject>(lines),
@@ -71,7 +71,7 @@ void add_works_of(const std::string &name) {
   add_use("retrieve_random_60k/" + name, with_lines<Subject>(six_categories),
           Cycle<Line>::draws(six_categories));
 
-  // Every tenth id is there: each block has room for the others.
+  // Every tenth id is registered: every block exists.
   std::vector<Line> present;
   std::vector<Line> absent;
   for (const Line line : first_lines(10000)) {
@@ -82,10 +82,10 @@ void add_works_of(const std::string &name) {
 
 }  // namespace
 
-void add_retrieve_works() {
-  add_works_of<Library>("library");
-  add_works_of<Floor>("floor");
-  add_works_of<StdMap>("std_map");
-  add_works_of<StdUnorderedMap>("std_unordered_map");
-  add_works_of<ConcurrentHashMap>("tbb_hash_map");
+void add_retrieve_workloads() {
+  add_workloads_of<Library>("library");
+  add_workloads_of<Floor>("floor");
+  add_workloads_of<StdMap>("std_map");
+  add_workloads_of<StdUnorderedMap>("std_unordered_map");
+  add_workloads_of<ConcurrentHashMap>("tbb_hash_map");
 }

@@ -1,15 +1,14 @@
-// What is measured: the library, the floor that its work stands on, and its peers.
+// The subjects: the library, its floor and its peers.
 //
-// The floor makes the calls that the library's work cannot do without, on records that it reaches
-// by index.  The peers do the library's work with the containers that a program would use instead.
+// The floor makes only the C library's calls that the library has to make, on records in an array.
+// The peers are the containers that a program would use instead.
 //
-// Every subject has:
-//   Key, key(line)     how it names a line
-//   add(line)          adds a line for good
-//   use(key)           takes hold of a line's record and gives it back
-//   miss(key)          looks for a line that is not there
-//   add_and_remove(key)  adds a line, gives its record back, and removes it
-// and all of them allocate with malloc.
+// Every subject allocates with malloc, and has:
+//   Key, key(line)       the subject's name for a line
+//   add(line)            adds a line for good
+//   use(key)             locks a line's record and unlocks it
+//   miss(key)            looks for a line that does not exist
+//   add_and_remove(key)  adds a line, unlocks its record, and removes it
 
 #ifndef TTY_DB_BENCH_SUBJECTS_H
 #define TTY_DB_BENCH_SUBJECTS_H
@@ -25,78 +24,74 @@
 #include <shared_mutex>
 #include <unordered_map>
 
-#include "calls.h"
 #include "lines.h"
 
-template <typename Calls = LinkedCalls>
-class LibraryOf {
+class Library {
  public:
   using Key = Line;
   static Key key(Line line) { return line; }
 
-  explicit LibraryOf(uint32_t options = TTY_DB_OPT_ALL, Calls calls = {}) : calls_(calls) {
-    require(calls_.create(options, &db_) == 0, "create");
+  explicit Library(uint32_t options = TTY_DB_OPT_ALL) {
+    require(tty_db_create(options, &db_) == 0, "create");
   }
-  LibraryOf(const LibraryOf &) = delete;
-  LibraryOf &operator=(const LibraryOf &) = delete;
-  ~LibraryOf() { calls_.destroy(db_); }
+  Library(const Library &) = delete;
+  Library &operator=(const Library &) = delete;
+  ~Library() { tty_db_destroy(db_); }
 
   tty_db_type *handle() const { return db_; }
-  const Calls &calls() const { return calls_; }
 
   tty_db_block_type *reserve(uint32_t category, uint32_t first, uint32_t count) {
     tty_db_block_type *block = nullptr;
-    require(calls_.reserve(db_, category, first, count, nullptr, 0, &block) == 0, "reserve");
+    require(tty_db_block_reserve(db_, category, first, count, nullptr, 0, &block) == 0, "reserve");
     return block;
   }
 
   tty_db_tty_type *add(Line line) {
     tty_db_tty_type *tty = nullptr;
-    require(calls_.add(db_, line.category, line.id, sizeof(Record), &tty) == 0, "register");
-    require(calls_.unlock(db_, tty) == 0, "unlock");
+    require(tty_db_tty_register(db_, line.category, line.id, sizeof(Record), &tty) == 0,
+            "register");
+    require(tty_db_tty_unlock(db_, tty) == 0, "unlock");
     return tty;
   }
 
   tty_db_tty_type *use(Key line) {
     tty_db_tty_type *tty = nullptr;
-    calls_.retrieve(db_, line.category, line.id, &tty);
-    calls_.unlock(db_, tty);
+    tty_db_tty_retrieve(db_, line.category, line.id, &tty);
+    tty_db_tty_unlock(db_, tty);
     return tty;
   }
 
   bool miss(Key line) {
     tty_db_tty_type *tty = nullptr;
-    return calls_.retrieve(db_, line.category, line.id, &tty) == TTY_DB_ERR_NOT_REGISTERED;
+    return tty_db_tty_retrieve(db_, line.category, line.id, &tty) == TTY_DB_ERR_NOT_REGISTERED;
   }
 
   bool add_and_remove(Key line) {
     tty_db_tty_type *tty = nullptr;
-    return calls_.add(db_, line.category, line.id, sizeof(Record), &tty) == 0 &&
-           calls_.unlock(db_, tty) == 0 && calls_.remove(db_, line.category, line.id) == 0;
+    return tty_db_tty_register(db_, line.category, line.id, sizeof(Record), &tty) == 0 &&
+           tty_db_tty_unlock(db_, tty) == 0 &&
+           tty_db_tty_deregister(db_, line.category, line.id) == 0;
   }
 
-  // The same, but removes the line while its record is held.
+  // The same, but removes the line while its entry is held.
   bool add_and_remove_held(Key line) {
     tty_db_tty_type *tty = nullptr;
-    return calls_.add(db_, line.category, line.id, sizeof(Record), &tty) == 0 &&
-           calls_.remove(db_, line.category, line.id) == 0;
+    return tty_db_tty_register(db_, line.category, line.id, sizeof(Record), &tty) == 0 &&
+           tty_db_tty_deregister(db_, line.category, line.id) == 0;
   }
 
   uint32_t num_blocks() {
     uint32_t count = 0;
-    require(calls_.details(db_, &count, nullptr) == 0, "details");
+    require(tty_db_get_details(db_, &count, nullptr) == 0, "details");
     return count;
   }
 
  private:
-  Calls calls_;
   tty_db_type *db_ = nullptr;
 };
 
-using Library = LibraryOf<>;
-
-// The write lock as an operation takes it, and as its internal routines assert that it is held: by
-// a try, a reading of the clock, and a timed try.
+// The write lock.  Internal routines assert that it is held: a try, a reading of the clock and a
+// timed try all show it.
 class WriteLockFloor {
  public:
   explicit WriteLockFloor(pthread_rwlock_t &lock) : lock_(lock) { pthread_rwlock_trywrlock(&lock); }
@@ -127,7 +122,7 @@ class Floor {
     for (Record *record : records_) destroy_record(record);
   }
 
-  // Lines are added in the order of their keys.
+  // REQUIRES: lines are added in the order of their keys.
   void add(Line line) {
     require(key(line) == records_.size(), "order of the floor's records");
     records_.push_back(create_record());
@@ -169,8 +164,8 @@ class Floor {
     if (locks) give_back(record);
     const WriteLockFloor writing(lock_);
     writing.assert_held();  // for the deregistration
-    give_back(record);      // the wait ahead of the items
-    give_back(record);      // and that ahead of the mutex
+    give_back(record);      // the wait for the holder before the items go
+    give_back(record);      // the same before the mutex goes
     destroy_record(record);
     if (brings_block) {
       writing.assert_held();  // for the release
@@ -183,13 +178,14 @@ class Floor {
   }
 
  private:
-  // A block's record, with its details.
+  // A block's record.
   struct Block {
     void **slots;
     char rest[64];
   };
 
-  // Both the return of a record and the wait for its holder are a try and an unlock.
+  // An unlock, which first asserts that the record is held, and the wait for its holder: both are a
+  // try and an unlock.
   static void give_back(Record *record) {
     pthread_mutex_trylock(&record->head.lock);
     pthread_mutex_unlock(&record->head.lock);
@@ -260,7 +256,7 @@ class Locked {
     return true;
   }
 
-  // Finds the first line at or above a key, as an iterator that keeps no lock does.
+  // Finds the first line at or above a key, like an iterator that keeps no lock.
   bool next(Key &key) {
     const std::shared_lock reading(lock_);
     const auto place = entries_.lower_bound(key);
@@ -277,7 +273,7 @@ class Locked {
 using StdMap = Locked<std::map>;
 using StdUnorderedMap = Locked<std::unordered_map>;
 
-// A concurrent hash map, whose accessor is the hold on a record.
+// A concurrent hash map.  Its accessor holds the record.
 class ConcurrentHashMap {
  public:
   struct Entry {
