@@ -20,23 +20,22 @@ SHORT = 100
 # Whole passes of seven advances over six lines.
 CALLS = 210
 
-# The workloads that are counted.  Some have no floor.
+# The workloads that are counted.
 WORKLOADS = [
     "retrieve_hot", "retrieve_random_10k", "retrieve_random_60k", "retrieve_first_block",
     "retrieve_last_block", "retrieve_miss", "register_empty", "register_1000_blocks",
     "register_standing", "register_standing_locked", "iterate_dense", "iterate_sparse",
     "item_get_8", "resize_5000", "make_and_destroy",
 ]
-WITH_FLOOR = [
-    workload for workload in WORKLOADS if workload not in
-    ("retrieve_first_block", "retrieve_last_block", "register_1000_blocks", "make_and_destroy")
-]
+WITHOUT_FLOOR = {
+    "retrieve_first_block", "retrieve_last_block", "register_1000_blocks", "make_and_destroy",
+}
 
 
 def count(program):
     """Returns the instructions of one call, by "workload/subject"."""
-    names = [f"{workload}/{subject}" for workload in WORKLOADS
-             for subject in ("library", "floor") if subject == "library" or workload in WITH_FLOOR]
+    names = [f"{workload}/{subject}" for workload in WORKLOADS for subject in ("library", "floor")
+             if subject == "library" or workload not in WITHOUT_FLOOR]
     totals = {}
     with tempfile.TemporaryDirectory() as scratch:
         subprocess.run(["valgrind", "--quiet", "--tool=callgrind", "--instr-atstart=no",
@@ -54,11 +53,10 @@ def table(counts, counts_without_trace_points):
     for workload, text in report.WORKLOADS:
         if workload in WORKLOADS:
             library = counts[f"{workload}/library"]
-            floor = counts.get(f"{workload}/floor")
+            own = library - counts.get(f"{workload}/floor", 0)
             trace_points = library - counts_without_trace_points[f"{workload}/library"]
-            rows.append([text, f"{library:.0f}", "" if floor is None else f"{floor:.0f}",
-                         f"{library - (floor or 0):.0f}", f"{trace_points:.0f}"])
-    return report.markdown(["workload", "library", "floor", "own part", "trace points"], rows)
+            rows.append([text, *(f"{figure:.0f}" for figure in (library, own, trace_points))])
+    return report.markdown(["call", "library", "own", "trace"], rows)
 
 
 def may_reach(published):
@@ -68,7 +66,7 @@ def may_reach(published):
 def own_parts(text):
     """Returns the own parts in a table, by the text of the workload."""
     rows = [[cell.strip() for cell in row.split("|")[1:-1]] for row in text.splitlines()[2:]]
-    return {row[0]: float(row[3]) for row in rows}
+    return {row[0]: float(row[2]) for row in rows}
 
 
 def main():

@@ -17,7 +17,7 @@ import subprocess
 import sys
 
 # Each peer's name in the benchmarks and in the tables.
-PEERS = {"std_map": "map", "std_unordered_map": "unordered map", "tbb_hash_map": "TBB map"}
+PEERS = {"std_map": "map", "std_unordered_map": "hash", "tbb_hash_map": "TBB"}
 
 # Each workload's name in the benchmarks and in the tables.
 WORKLOADS = [
@@ -26,7 +26,7 @@ WORKLOADS = [
     ("retrieve_random_60k", "retrieve at random, 60,000 lines"),
     ("retrieve_first_block", "retrieve one line in the first of 1,000 blocks"),
     ("retrieve_last_block", "retrieve one line in the last of 1,000 blocks"),
-    ("retrieve_miss", "retrieve a line that is not registered"),
+    ("retrieve_miss", "retrieve a missing line"),
     ("retrieve_two_threads", "retrieve at random, 10,000 lines, two threads"),
     ("register_empty", "register into an empty database"),
     ("register_1000_blocks", "register between 1,000 blocks"),
@@ -72,7 +72,7 @@ STEADY = 0.10
 # What is measured of a subject's memory, and the most bytes that the library may take.
 MEMORY_SETS = [
     ("empty", "an empty database", 4 * 1024),
-    ("five_lines", "a database with a line in each of five categories", 32 * 1024),
+    ("five_lines", "a database of five lines", 32 * 1024),
     ("five_lines_churned", "the same, after many were replaced", 32 * 1024),
     ("dense_10k", "a line, of 10,000 in 1,000 blocks", 116),
     ("dense_60k", "a line, of 60,000 in 6,000 blocks", None),
@@ -130,13 +130,13 @@ def workloads_table(figures):
     for workload, text in WORKLOADS:
         library, floor = (figures.time(workload, subject) for subject in ("library", "floor"))
         rows.append([text, number(library), number(floor), f"{library / floor:.2f}" if floor else ""])
-    return markdown(["workload", "library", "floor", "ratio"], rows)
+    return markdown(["call", "library", "floor", "ratio"], rows)
 
 
 def peers_table(figures):
     rows = [[text, *(number(figures.time(workload, subject)) for subject in ("library", *PEERS))]
             for workload, text in WORKLOADS if figures.time(workload, "std_map")]
-    return markdown(["workload", "library", *PEERS.values()], rows)
+    return markdown(["call", "library", *PEERS.values()], rows)
 
 
 def limits(figures):
@@ -151,7 +151,7 @@ def limits(figures):
     for key, text, limit in MEMORY_SETS:
         if limit is not None:
             resident = figures.memory["library"][key]
-            yield f"resident bytes of {text}", resident, number(resident), limit, True
+            yield f"bytes of {text}", resident, number(resident), limit, True
 
 
 def limits_table(figures):
@@ -175,14 +175,15 @@ def blocks_rows(figures):
 
 
 def blocks_table(figures):
-    rows = [[f"{count:,}", *map(number, times)] for count, *times in blocks_rows(figures)]
-    return markdown(["blocks", "library", "floor", *PEERS.values()], rows)
+    rows = [[f"{count:,}", *map(number, (library, *peers))]
+            for count, library, _, *peers in blocks_rows(figures)]
+    return markdown(["blocks", "library", *PEERS.values()], rows)
 
 
 def memory_table(figures):
     rows = [[text, *(number(figures.memory[subject][key]) for subject in ("library", *PEERS))]
             for key, text, _ in MEMORY_SETS]
-    return markdown(["resident bytes of", "library", *PEERS.values()], rows)
+    return markdown(["bytes of", "library", *PEERS.values()], rows)
 
 
 def read_json(path):
