@@ -36,7 +36,7 @@ inline std::vector<Line> first_lines(uint32_t count) {
   return lines;
 }
 
-// A sequence that repeats for ever.  Its length is a power of two.
+// A sequence that repeats forever.  Its length is a power of two.
 template <typename T>
 class Cycle {
  public:

@@ -31,8 +31,8 @@ std::unique_ptr<Subject> subject_with(const std::vector<Line> &lines) {
   return subject;
 }
 
-// Returns the bytes that each of `count` subjects adds to a process.  Each of the `rounds` replaces
-// a random subject by a new one first.
+// Returns the bytes that each of `count` subjects adds to a process, after `rounds` replacements of
+// a random one by a new one.
 template <typename Subject>
 double memory_of_each(size_t count, const std::vector<Line> &lines, int rounds = 0) {
   int result[2];

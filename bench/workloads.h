@@ -1,7 +1,7 @@
 // The workloads: steps that a subject repeats, each under the name "workload/subject".
 //
-// A workload is set up just before it is run.  Its step takes the number of the call.  One loop
-// times the step, another counts its instructions.
+// A program sets a workload up and repeats its step, which takes the number of the call.  One loop
+// is timed, the other counts instructions.
 
 #ifndef TTY_DB_BENCH_WORKLOADS_H
 #define TTY_DB_BENCH_WORKLOADS_H
