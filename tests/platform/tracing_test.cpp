@@ -1,6 +1,8 @@
 // The trace facility of the stand-in.
 
 #include <fcntl.h>
+#include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <time.h>
 
@@ -161,6 +163,13 @@ TEST_F(TraceFile, IsClosedByItsLastClient) {
   EXPECT_EQ(without_times(contents("trace")), kLine);
 }
 
+bool is_pending(int number) {
+  sigset_t pending;
+  sigpending(&pending);
+  return sigismember(&pending, number) == 1;
+}
+
+// Such a write raises a signal, which would end the program.
 TEST_F(TraceFile, MayLoseItsReader) {
   ASSERT_EQ(mkfifo("pipe", 0600), 0);
   const std::string printed = printed_by(trace_to("pipe"), [] {
@@ -168,9 +177,32 @@ TEST_F(TraceFile, MayLoseItsReader) {
     Client client;
     close(reader);
     client.trace("text");
-    puts("not killed by SIGPIPE");
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGPIPE);
+    sigprocmask(SIG_BLOCK, &signals, nullptr);
+    client.trace("text");
+    puts(is_pending(SIGPIPE) ? "a signal is left" : "no signal");
+    raise(SIGPIPE);
+    client.trace("text");
+    puts(is_pending(SIGPIPE) ? "the program's signal is left" : "no signal");
   });
-  EXPECT_EQ(printed, "not killed by SIGPIPE\n");
+  EXPECT_EQ(printed, "no signal\nthe program's signal is left\n");
+}
+
+TEST_F(TraceFile, MayNotBeAllowedToGrow) {
+  printed_by(trace_to("trace"), [] {
+    rlimit size;
+    getrlimit(RLIMIT_FSIZE, &size);
+    const rlimit small_size = {100, size.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &small_size);
+    Client client;
+    client.trace(std::string(100, 'x').c_str());
+    setrlimit(RLIMIT_FSIZE, &size);
+    client.trace("text");
+  });
+  EXPECT_EQ(without_times(contents("trace").substr(100)),
+            kLine + "1 trace lines have been lost up to here\n");
 }
 
 // Reads what is in a pipe now.
