@@ -1,49 +1,52 @@
 /**
  * @file
- * A registry of terminal lines (TTYs) that lives in the memory of one process.
+ * A registry of terminal lines (TTYs) in the memory of one process.
  *
- * A process creates any number of databases.  A database holds lines by category (0 to 5) and id (0
- * to 10000).  The ids of a category are grouped into blocks: contiguous ranges that never overlap,
- * either reserved, resized and released by the caller (manual block management, the default) or
- * made and freed by the library as lines come and go, ten ids at a time (TTY_DB_OPT_AUTO_BLOCKS).
+ * A process can create any number of databases.  In a database, a line has a category (0 to 5) and
+ * an id (0 to 10000).  The ids of a category are grouped into blocks: contiguous ranges that never
+ * overlap.  With manual block management, the default, the caller reserves, resizes and releases
+ * blocks.  With TTY_DB_OPT_AUTO_BLOCKS the library creates and frees blocks of ten ids as needed.
  *
- * Every registered line has an entry of a size that the caller chooses.  The entry begins with
- * tty_db_tty_type; the rest belongs to the caller, who also hangs keyed items on it.  An iterator
- * walks the registered lines in order of category, then id.
+ * Every registered line has an entry.  It begins with a tty_db_tty_type; the rest belongs to the
+ * caller, who chooses its size and can attach items to it, each under a key.  An iterator walks the
+ * registered lines in order of category, then id.
  *
  * @par Results
- * Every operation that can fail returns a result code: 0 is success and the only success.  A failed
- * operation changes nothing but the outputs that its description names.  Unless that says
- * otherwise, an argument check that fails gives TTY_DB_ERR_INVALID_ARG, before any lock is touched.
+ * Every operation that can fail returns a result code; 0 is success.  A failed operation changes
+ * nothing but the outputs that its description names.  Arguments are checked before any lock is
+ * taken; unless described otherwise, an invalid argument gives TTY_DB_ERR_INVALID_ARG.
  *
  * @par Threads
- * Any number of threads call any operation at once.  A database has one reader-writer lock: an
- * operation that reads waits for it as long as it takes; one that writes tries ten times, 20 ms
- * apart, then gives up with TTY_DB_ERR_LOCK_FAILED.  An entry has a mutex of its own, which
- * registration and retrieval take for the caller (TTY_DB_OPT_LOCK_ENTRIES) and tty_db_tty_unlock()
- * gives back.
+ * Any number of threads may call any operation at once.  A database has a reader-writer lock, the
+ * database lock.  An operation that reads waits for it without limit; one that writes tries ten
+ * times, 20 ms apart, then fails with TTY_DB_ERR_LOCK_FAILED.  An entry has a mutex, the entry
+ * lock.  With TTY_DB_OPT_LOCK_ENTRIES, registration and retrieval take it for the caller, who
+ * releases it with tty_db_tty_unlock().
  *
- * @par Waits for the holder of an entry
+ * @par Waiting for the holder of an entry
  * A retrieval waits for the thread that holds the entry, and keeps the read lock meanwhile.  Until
- * it has the entry, every operation that writes fails, one of the holder's too.  So hold an entry
- * for a short time, and call a writer again that failed.
+ * it has the entry, every operation that writes fails, even if the holder calls it.  So hold an
+ * entry only briefly, and retry a write that failed.
  * Deregistering a line waits for the thread that holds its entry, and keeps the write lock
- * meanwhile: every other operation on the database waits too, or fails to get the lock.  So while
- * it holds an entry, a thread must not call an operation that takes the database lock, unless no
- * other thread can be deregistering that line.
+ * meanwhile: every operation that takes the database lock waits or fails.  So a thread that holds
+ * an entry must not call such an operation, unless no other thread can be deregistering that line.
+ * Otherwise the two threads can wait for each other forever.
  *
  * @par Threads that end
- * An entry stays held when its holder ends without giving it back: from then on whoever asks for
- * it, or deregisters its line, waits for ever.  No operation is a cancellation point, so that a
- * thread may be cancelled (deferred cancellation) around any call.  While it holds an entry it
- * needs a clean-up handler that gives the entry back.
+ * If a thread ends while it holds an entry, the entry stays held: retrieving it or deregistering
+ * its line waits forever.  No operation is a cancellation point, so a thread may be cancelled
+ * (deferred cancellation) around any call.  While it holds an entry, it needs a clean-up handler
+ * that unlocks the entry.
+ *
+ * @par Signals
+ * A signal handler must not call any operation.  No operation returns early because of a signal.
  *
  * @par fork
- * A child may create and use databases of its own.  Of a database that it has inherited it may use
- * nothing, unless at the fork no other thread was inside it and no thread held an entry of it.
+ * A child may create and use databases of its own.  It must not use an inherited database unless,
+ * at the fork, no other thread was in a call on it and no thread held one of its entries.
  *
  * @par Fatal errors
- * A lock that cannot be released ends the process, after a system message.
+ * If a lock cannot be released, the library raises a system message and ends the process.
  */
 #ifndef TTY_DB_H
 #define TTY_DB_H
@@ -64,46 +67,46 @@ extern "C" {
 
 /**
  * @defgroup bounds Bounds
- * Of categories and ids, both inclusive.
+ * The limits of categories and ids, inclusive.
  * @{
  */
 #define TTY_CATEGORY_MIN 0u /**< the lowest category */
 #define TTY_CATEGORY_MAX 5u /**< the highest category */
 #define TTY_PORT_MAX 10000u /**< the highest id; the lowest is 0 */
-/** Number of ids in a block that the library makes by itself; the block of id 10000 holds that id
- * alone. */
+/** Number of ids in an automatic block; the block of id 10000 contains only that id. */
 #define TTY_DB_AUTO_BLOCK_SIZE 10u
 /**@}*/
 
 /**
  * @defgroup options Options
- * Those of tty_db_create(), then that of tty_db_block_release() and tty_db_block_resize().
+ * `TTY_DB_OPT_*` are for tty_db_create(), `TTY_DB_BLOCK_OPT_*` for tty_db_block_release() and
+ * tty_db_block_resize().
  * @{
  */
-#define TTY_DB_OPT_LOCK_ENTRIES 0x1u /**< registration and retrieval hand entries over locked */
-#define TTY_DB_OPT_AUTO_BLOCKS 0x2u  /**< the library makes and frees blocks by itself */
-#define TTY_DB_OPT_ALL 0x3u          /**< both of them */
-#define TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG 0x1u /**< refuse rather than deregister lines */
+#define TTY_DB_OPT_LOCK_ENTRIES 0x1u            /**< registration and retrieval lock the entry */
+#define TTY_DB_OPT_AUTO_BLOCKS 0x2u             /**< the library creates and frees blocks */
+#define TTY_DB_OPT_ALL 0x3u                     /**< both options */
+#define TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG 0x1u /**< fail rather than deregister lines */
 /**@}*/
 
 /**
  * @defgroup results Result codes
- * 0 is success, and the only success.
+ * qerr_strerror() returns the text of a code; in C++, std::error_code::message() does.
  * @{
  */
-#define TTY_DB_ERR_NO_MEMORY 0xc2580200u       /**< an allocation failed */
-#define TTY_DB_ERR_INVALID_ARG 0xa2580400u     /**< a NULL pointer, or a value out of range */
+#define TTY_DB_ERR_NO_MEMORY 0xc2580200u       /**< out of memory */
+#define TTY_DB_ERR_INVALID_ARG 0xa2580400u     /**< invalid argument: NULL, or out of range */
 #define TTY_DB_ERR_WRONG_MODE 0xa2580600u      /**< the database manages its blocks by itself */
 #define TTY_DB_ERR_LOCK_FAILED 0xa2580800u     /**< a lock could not be obtained */
 #define TTY_DB_ERR_LOCK_INIT 0xa2580a00u       /**< a lock could not be created */
-#define TTY_DB_ERR_NO_BLOCK 0xa2580c00u        /**< no block holds the id, or carries the tag */
-#define TTY_DB_ERR_OVERLAP 0xa2580e00u         /**< the range overlaps a block of its category */
-#define TTY_DB_ERR_ITEM_EXISTS 0xa2581000u     /**< the entry has an item with this key */
-#define TTY_DB_ERR_TTY_EXISTS 0xa2581200u      /**< the line is registered already */
-#define TTY_DB_ERR_NO_MORE 0xa2581400u         /**< the iterator has no further line */
-#define TTY_DB_ERR_NO_ITEM 0xa2581600u         /**< the entry has no item with this key */
-#define TTY_DB_ERR_NOT_REGISTERED 0x42581800u  /**< no line is registered under the id */
-#define TTY_DB_ERR_TTYS_REGISTERED 0xa2581a00u /**< the ids to be given up have lines */
+#define TTY_DB_ERR_NO_BLOCK 0xa2580c00u        /**< no such block, by id or by tag */
+#define TTY_DB_ERR_OVERLAP 0xa2580e00u         /**< the range overlaps another block */
+#define TTY_DB_ERR_ITEM_EXISTS 0xa2581000u     /**< the item exists already */
+#define TTY_DB_ERR_TTY_EXISTS 0xa2581200u      /**< the TTY is registered already */
+#define TTY_DB_ERR_NO_MORE 0xa2581400u         /**< no more TTYs: the iterator is at its end */
+#define TTY_DB_ERR_NO_ITEM 0xa2581600u         /**< no such item */
+#define TTY_DB_ERR_NOT_REGISTERED 0x42581800u  /**< the TTY is not registered */
+#define TTY_DB_ERR_TTYS_REGISTERED 0xa2581a00u /**< TTYs are still registered in the block */
 /**@}*/
 
 /**
@@ -117,23 +120,23 @@ typedef struct tty_db_item_type tty_db_item_type;         /**< the node of an it
 
 /**
  * The head of every entry.  Declare your own record with a tty_db_tty_type as its first member,
- * give the size of that record to tty_db_tty_register(), and cast the pointer that you get. Only
- * the library writes these fields.
+ * pass its size to tty_db_tty_register(), and cast the pointer that you get.  Only the library
+ * writes these fields.
  */
 typedef struct tty_db_tty_type {
-  pthread_mutex_t lock; /**< error-checking; use tty_db_tty_unlock() to release it */
-  pthread_t lock_owner; /**< who obtained the entry last; 0xFFFFFFFF: nobody; diagnostic */
-  tty_db_item_type *item_list_head; /**< most recently created item first */
+  pthread_mutex_t lock;             /**< the entry lock; release it with tty_db_tty_unlock() */
+  pthread_t lock_owner;             /**< latest holder, or 0xFFFFFFFF for none; diagnostic */
+  tty_db_item_type *item_list_head; /**< the newest item */
 } tty_db_tty_type;
 
-/** What a block is, as the details queries report it. */
+/** The details of a block. */
 typedef struct tty_db_block_details_type {
-  uint32_t category;    /**< the category that its ids are of */
-  uint32_t first_tty;   /**< lowest id; the highest is first_tty + capacity - 1 */
-  uint32_t capacity;    /**< number of ids, at least 1 */
-  const char *tag_name; /**< the block's own copy of its tag, or NULL; lives as long as the block */
+  uint32_t category;          /**< category of its ids */
+  uint32_t first_tty;         /**< lowest id; the highest is first_tty + capacity - 1 */
+  uint32_t capacity;          /**< number of ids, at least 1 */
+  const char *tag_name;       /**< the tag, or NULL; owned by the block, freed with it */
   uint32_t num_registered;    /**< number of registered lines in the block */
-  uintptr_t ctx;              /**< the caller's value, given at reservation; never interpreted */
+  uintptr_t ctx;              /**< the caller's value from the reservation */
   tty_db_block_type *block_h; /**< the block's handle */
 } tty_db_block_details_type;
 
@@ -146,30 +149,29 @@ typedef struct tty_db_block_details_type {
 
 /**
  * Creates an empty database.
- * Takes no lock.  The caller owns the database and ends it with tty_db_destroy().
- * @param options any of TTY_DB_OPT_LOCK_ENTRIES and TTY_DB_OPT_AUTO_BLOCKS, or 0; fixed from here
- * on
- * @param[out] db_h the handle; NULL on every failure
+ * Takes no lock.  The caller owns the database and destroys it with tty_db_destroy().
+ * @param options any of TTY_DB_OPT_LOCK_ENTRIES and TTY_DB_OPT_AUTO_BLOCKS, or 0; cannot be changed
+ * @param[out] db_h the database; NULL on failure
  * @return 0, TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_NO_MEMORY or TTY_DB_ERR_LOCK_INIT.
  */
 TTY_DB_API uint32_t tty_db_create(uint32_t options, tty_db_type **db_h);
 
 /**
- * Destroys a database with all its blocks, lines and items, whatever its options.
- * Takes the write lock, and waits for the holder of each entry.  On success the handle and every
- * pointer obtained through it are dead, but for iterators, which can still be ended.  No other
- * thread may be using the database, or be about to.
+ * Destroys a database with all its blocks, lines and items.
+ * Takes the write lock, and waits for the holder of each entry.  No other thread may use the
+ * database any more, except to unlock an entry.  On success every pointer into the database is
+ * invalid.  Its iterators must still be ended.
  * @param db_h the database
- * @return 0, TTY_DB_ERR_INVALID_ARG, or TTY_DB_ERR_LOCK_FAILED: then the database is as it was.
+ * @return 0, TTY_DB_ERR_INVALID_ARG or TTY_DB_ERR_LOCK_FAILED.
  */
 TTY_DB_API uint32_t tty_db_destroy(tty_db_type *db_h);
 
 /**
- * Reports how many blocks and how many registered lines a database holds, over all categories.
+ * Counts the blocks and the registered lines of a database.
  * Takes the read lock.
  * @param db_h the database
- * @param[out] num_blocks how many blocks; may be NULL; untouched on failure
- * @param[out] num_ttys how many registered lines; may be NULL; untouched on failure
+ * @param[out] num_blocks number of blocks; may be NULL; unchanged on failure
+ * @param[out] num_ttys number of registered lines; may be NULL; unchanged on failure
  * @return 0, TTY_DB_ERR_INVALID_ARG or TTY_DB_ERR_LOCK_FAILED.
  */
 TTY_DB_API uint32_t tty_db_get_details(tty_db_type *db_h, uint32_t *num_blocks, uint32_t *num_ttys);
@@ -178,21 +180,21 @@ TTY_DB_API uint32_t tty_db_get_details(tty_db_type *db_h, uint32_t *num_blocks, 
 
 /**
  * @defgroup blocks Blocks
- * For databases with manual block management: those without TTY_DB_OPT_AUTO_BLOCKS.
+ * For databases with manual block management.
  * @{
  */
 
 /**
- * Reserves num_ttys ids of a category, from first_tty on, as a block.
+ * Reserves a block: a range of ids of a category.
  * Takes the write lock.  The database owns the block; tty_db_block_release() or tty_db_destroy()
- * ends it.
+ * frees it.
  * @param db_h the database
  * @param category 0 to TTY_CATEGORY_MAX
- * @param first_tty 0 to TTY_PORT_MAX
- * @param num_ttys at least 1; the last id is at most TTY_PORT_MAX
- * @param tag_name a string to find the block by, which is copied, or NULL; tags need not be unique
- * @param ctx any value, handed back in the block's details
- * @param[out] block_h the handle of the block; NULL on every failure
+ * @param first_tty the lowest id, 0 to TTY_PORT_MAX
+ * @param num_ttys the number of ids, at least 1; the highest id is at most TTY_PORT_MAX
+ * @param tag_name a string to find the block by, or NULL; copied; need not be unique
+ * @param ctx any value; kept in the block's details
+ * @param[out] block_h the block; NULL on failure
  * @return 0, TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_WRONG_MODE, TTY_DB_ERR_LOCK_FAILED,
  *   TTY_DB_ERR_OVERLAP or TTY_DB_ERR_NO_MEMORY.
  */
@@ -201,67 +203,67 @@ TTY_DB_API uint32_t tty_db_block_reserve(tty_db_type *db_h, uint32_t category, u
                                          tty_db_block_type **block_h);
 
 /**
- * Releases a block, and deregisters the lines that are registered in it.
- * Takes the write lock, and waits for the holder of each entry that it deregisters.
+ * Releases a block and deregisters its lines.
+ * Takes the write lock, and waits for the holder of each entry.  Frees the block on success.
  * @param db_h the database
- * @param block_h a live block of this database; taken on trust, but for NULL
- * @param options 0, or TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG to be refused if the block has lines
- * @return 0: the handle is dead, if it is one of this database (of any other, 0 tells nothing);
- *   TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_WRONG_MODE, TTY_DB_ERR_LOCK_FAILED or
- *   TTY_DB_ERR_TTYS_REGISTERED: the block is as it was.
+ * @param block_h a block of this database; only NULL is detected.  For a block of another database
+ *   the result means nothing.
+ * @param options 0, or TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG to fail if the block has lines
+ * @return 0, TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_WRONG_MODE, TTY_DB_ERR_LOCK_FAILED or
+ *   TTY_DB_ERR_TTYS_REGISTERED.
  */
 TTY_DB_API uint32_t tty_db_block_release(tty_db_type *db_h, tty_db_block_type *block_h,
                                          uint32_t options);
 
 /**
- * Gives a block a new range of ids in its category: grows it, shrinks it at either end, or moves
- * it. Lines whose ids lie in both ranges stay registered, entries untouched; lines at other ids of
- * the old range are deregistered.  Handle, tag and ctx stay. Takes the write lock, and waits for
- * the holder of each entry that it deregisters.  Only a block that grows can fail for want of
- * memory.
+ * Gives a block a new range of ids in its category: grows, shrinks or moves it.
+ * Deregisters the lines whose ids are not in the new range.  The other lines, the handle, the tag
+ * and ctx stay.  Takes the write lock, and waits for the holder of each entry that it deregisters.
  * @param db_h the database
- * @param block_h a live block of this database; taken on trust, but for NULL
- * @param first_tty 0 to TTY_PORT_MAX
- * @param num_ttys at least 1; the last id is at most TTY_PORT_MAX
- * @param options 0, or TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG to be refused if a line would be dropped
- * @return 0, or, with nothing changed, TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_WRONG_MODE,
- *   TTY_DB_ERR_LOCK_FAILED, TTY_DB_ERR_TTYS_REGISTERED, TTY_DB_ERR_OVERLAP or TTY_DB_ERR_NO_MEMORY.
+ * @param block_h a block of this database; only NULL is detected
+ * @param first_tty the lowest id, 0 to TTY_PORT_MAX
+ * @param num_ttys the number of ids, at least 1; the highest id is at most TTY_PORT_MAX
+ * @param options 0, or TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG to fail if a line would be deregistered
+ * @return 0, TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_WRONG_MODE, TTY_DB_ERR_LOCK_FAILED,
+ *   TTY_DB_ERR_TTYS_REGISTERED, TTY_DB_ERR_OVERLAP or, only if the block grows,
+ *   TTY_DB_ERR_NO_MEMORY.
  */
 TTY_DB_API uint32_t tty_db_block_resize(tty_db_type *db_h, tty_db_block_type *block_h,
                                         uint32_t first_tty, uint32_t num_ttys, uint32_t options);
 
 /**
- * Reports the details of a block, given by its handle (a live block of this database; taken on
- * trust, but for NULL).
- * The copy's tag_name is the block's own string: do not free it, nor use it after the block's end.
+ * Copies the details of a block.
  * Takes the read lock.
  * @param db_h the database
- * @param block_h the block
- * @param[out] details a copy of the block's details as they are now; all zeros on failure
+ * @param block_h a block of this database; only NULL is detected
+ * @param[out] details a copy of the details; all zeros on failure
  * @return 0, TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_WRONG_MODE or TTY_DB_ERR_LOCK_FAILED.
  */
 TTY_DB_API uint32_t tty_db_block_details_from_handle(tty_db_type *db_h, tty_db_block_type *block_h,
                                                      tty_db_block_details_type *details);
 
 /**
- * As tty_db_block_details_from_handle(), for the block that holds an id, registered or not.
+ * Copies the details of the block that contains an id, whether a line is registered there or not.
+ * Takes the read lock.
  * @param db_h the database
  * @param category 0 to TTY_CATEGORY_MAX
  * @param tty_id 0 to TTY_PORT_MAX
- * @param[out] details a copy of the block's details as they are now; all zeros on failure
- * @return TTY_DB_ERR_NO_BLOCK too, where no block holds the id.
+ * @param[out] details a copy of the details; all zeros on failure
+ * @return 0, TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_WRONG_MODE, TTY_DB_ERR_LOCK_FAILED or
+ *   TTY_DB_ERR_NO_BLOCK.
  */
 TTY_DB_API uint32_t tty_db_block_details_from_tty(tty_db_type *db_h, uint32_t category,
                                                   uint32_t tty_id,
                                                   tty_db_block_details_type *details);
 
 /**
- * As tty_db_block_details_from_handle(), for the first block, by category, then id, that carries a
- * tag.
+ * Copies the details of the first block, by category, then id, that has a tag.
+ * Takes the read lock.
  * @param db_h the database
- * @param tag_name compared byte for byte; NULL finds the first block without a tag
- * @param[out] details a copy of the block's details as they are now; all zeros on failure
- * @return TTY_DB_ERR_NO_BLOCK too, where no block carries the tag.
+ * @param tag_name the tag, compared byte by byte; NULL finds the first block without a tag
+ * @param[out] details a copy of the details; all zeros on failure
+ * @return 0, TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_WRONG_MODE, TTY_DB_ERR_LOCK_FAILED or
+ *   TTY_DB_ERR_NO_BLOCK.
  */
 TTY_DB_API uint32_t tty_db_block_details_from_tag(tty_db_type *db_h, const char *tag_name,
                                                   tty_db_block_details_type *details);
@@ -274,58 +276,57 @@ TTY_DB_API uint32_t tty_db_block_details_from_tag(tty_db_type *db_h, const char 
  */
 
 /**
- * Registers a line and hands out its new entry.  The database must have a block that covers the id;
- * with TTY_DB_OPT_AUTO_BLOCKS the library makes one where there is none.
- * Takes the write lock.  With TTY_DB_OPT_LOCK_ENTRIES the calling thread holds the entry on return
- * and gives it back with tty_db_tty_unlock().  The database owns the entry, until it is
- * deregistered.
+ * Registers a line and creates its entry.
+ * A block must contain the id; with TTY_DB_OPT_AUTO_BLOCKS the library creates one if necessary.
+ * Takes the write lock.  With TTY_DB_OPT_LOCK_ENTRIES the calling thread holds the entry on return,
+ * and must unlock it with tty_db_tty_unlock().  The database owns the entry; deregistration frees
+ * it.
  * @param db_h the database
  * @param category 0 to TTY_CATEGORY_MAX
  * @param tty_id 0 to TTY_PORT_MAX
  * @param entry_size size of the caller's record in bytes, at least sizeof(tty_db_tty_type)
- * @param[out] tty the entry, zero-filled behind its head; NULL on every failure
+ * @param[out] tty the entry, filled with zeros after its head; NULL on failure
  * @return 0, TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_LOCK_FAILED, TTY_DB_ERR_NO_BLOCK (manual block
  *   management), TTY_DB_ERR_TTY_EXISTS, TTY_DB_ERR_NO_MEMORY, TTY_DB_ERR_LOCK_INIT, or
- *   TTY_DB_ERR_OVERLAP (a block that tty_db_block_reserve_internal() has put in the way).
+ *   TTY_DB_ERR_OVERLAP (a block from tty_db_block_reserve_internal() overlaps the automatic one).
  */
 TTY_DB_API uint32_t tty_db_tty_register(tty_db_type *db_h, uint32_t category, uint32_t tty_id,
                                         size_t entry_size, tty_db_tty_type **tty);
 
 /**
- * Deregisters a line: frees its items and its entry, and with TTY_DB_OPT_AUTO_BLOCKS the block that
- * it leaves empty.
- * Takes the write lock, and waits until the thread that holds the entry gives it back.  A thread
- * may deregister a line whose entry it holds itself: its hold ends with the entry.
+ * Deregisters a line and frees its entry and items.
+ * With TTY_DB_OPT_AUTO_BLOCKS also frees the block if it is now empty.  Takes the write lock, and
+ * waits for the holder of the entry.  The holder itself may deregister the line, and must not
+ * unlock the entry afterwards.
  * @param db_h the database
  * @param category 0 to TTY_CATEGORY_MAX
  * @param tty_id 0 to TTY_PORT_MAX
- * @return 0, TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_LOCK_FAILED, TTY_DB_ERR_NO_BLOCK where no block
- *   holds the id, or TTY_DB_ERR_NOT_REGISTERED where a block does.
+ * @return 0, TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_LOCK_FAILED, TTY_DB_ERR_NO_BLOCK if no block
+ *   contains the id, or TTY_DB_ERR_NOT_REGISTERED if one does.
  */
 TTY_DB_API uint32_t tty_db_tty_deregister(tty_db_type *db_h, uint32_t category, uint32_t tty_id);
 
 /**
- * Hands out the entry of a registered line.
- * Takes the read lock.  With TTY_DB_OPT_LOCK_ENTRIES it waits for the entry's holder, with the read
- * lock kept, so that every writer fails meanwhile.  On return the calling thread holds the entry:
- * it gives it back with exactly one tty_db_tty_unlock(), and may not use it afterwards.  Without
- * that option nothing keeps another thread from deregistering the line.
+ * Gets the entry of a registered line.
+ * Takes the read lock.  With TTY_DB_OPT_LOCK_ENTRIES it waits for the holder of the entry; on
+ * return the calling thread holds the entry, must unlock it once with tty_db_tty_unlock(), and must
+ * not use it afterwards.  Without that option another thread can deregister the line at any time.
  * @param db_h the database
  * @param category 0 to TTY_CATEGORY_MAX
  * @param tty_id 0 to TTY_PORT_MAX
- * @param[out] tty the entry.  After a failure do not use it: NULL where a block holds the id and no
- *   line is registered there, the entry where its lock could not be had, else untouched.
+ * @param[out] tty the entry.  Do not use it after a failure: it is NULL if a block contains the id
+ *   but no line is registered there, the entry if its lock could not be taken, else unchanged.
  * @return 0, TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_NOT_REGISTERED, or TTY_DB_ERR_LOCK_FAILED, also
- *   where the calling thread holds the entry already.
+ *   if the calling thread already holds the entry.
  */
 TTY_DB_API uint32_t tty_db_tty_retrieve(tty_db_type *db_h, uint32_t category, uint32_t tty_id,
                                         tty_db_tty_type **tty);
 
 /**
- * Gives back an entry that registration or retrieval handed out.
- * Takes no database lock, so that it never waits.  Without TTY_DB_OPT_LOCK_ENTRIES it does nothing.
+ * Unlocks an entry that registration or retrieval locked.
+ * Takes no lock and never waits.  Without TTY_DB_OPT_LOCK_ENTRIES it does nothing.
  * @param db_h the database
- * @param tty the entry, held by the calling thread; from another thread the process ends
+ * @param tty the entry; if the calling thread does not hold it, the process ends
  * @return 0 or TTY_DB_ERR_INVALID_ARG.
  */
 TTY_DB_API uint32_t tty_db_tty_unlock(tty_db_type *db_h, tty_db_tty_type *tty);
@@ -334,17 +335,17 @@ TTY_DB_API uint32_t tty_db_tty_unlock(tty_db_type *db_h, tty_db_tty_type *tty);
 
 /**
  * @defgroup items Items
- * The caller holds the entry; the library takes no lock.
+ * The caller must hold the entry; the library takes no lock.
  * @{
  */
 
 /**
- * Hangs a new item on an entry.
- * The database owns the data, until the item is destroyed or the line deregistered: never free it.
+ * Attaches a new item to an entry.
+ * The database owns the data; destroying the item or deregistering the line frees it.
  * @param tty the entry
  * @param item_key any value that no other item of the entry has
- * @param size bytes of data, at least 1
- * @param[out] new_item the data, zero-filled and aligned as malloc does; NULL on every failure
+ * @param size of the data in bytes, at least 1
+ * @param[out] new_item the data, filled with zeros and aligned as by malloc; NULL on failure
  * @return 0, TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_ITEM_EXISTS or TTY_DB_ERR_NO_MEMORY.
  */
 TTY_DB_API uint32_t tty_db_item_create(tty_db_tty_type *tty, uint32_t item_key, size_t size,
@@ -354,13 +355,13 @@ TTY_DB_API uint32_t tty_db_item_create(tty_db_tty_type *tty, uint32_t item_key, 
  * Finds an item of an entry by its key.
  * @param tty the entry
  * @param item_key the item's key
- * @param[out] item the data; NULL on every failure
+ * @param[out] item the data; NULL on failure
  * @return 0, TTY_DB_ERR_INVALID_ARG or TTY_DB_ERR_NO_ITEM.
  */
 TTY_DB_API uint32_t tty_db_item_get(tty_db_tty_type *tty, uint32_t item_key, void **item);
 
 /**
- * Frees an item of an entry with its data.
+ * Frees an item of an entry and its data.
  * @param tty the entry
  * @param item_key the item's key
  * @return 0, TTY_DB_ERR_INVALID_ARG or TTY_DB_ERR_NO_ITEM.
@@ -371,22 +372,22 @@ TTY_DB_API uint32_t tty_db_item_destroy(tty_db_tty_type *tty, uint32_t item_key)
 
 /**
  * @defgroup iterators Iterators
- * Each is advanced by one thread at a time.
+ * Only one thread at a time may use an iterator.
  * @{
  */
 
 /**
- * Makes an iterator over the registered lines from a start to an end position, both inclusive.
- * Takes no lock.  The iterator keeps a position, no lock and no line: the database may change
- * between advances, and each advance sees it as it is then.  A start behind the end gives an
- * iterator without lines.  The caller owns the iterator and ends it with tty_db_iterate_end(); it
- * must not advance it after the database is destroyed.
+ * Creates an iterator over the registered lines from a start to an end position, both inclusive.
+ * Takes no lock.  The iterator is only a position: it holds no lock, and each advance sees the
+ * database as it is then.  If the start is after the end, the iterator finds no lines.  The caller
+ * owns the iterator and frees it with tty_db_iterate_end().  Once the database is destroyed, the
+ * iterator must not be advanced.
  * @param db_h the database
  * @param start_category 0 to TTY_CATEGORY_MAX
  * @param start_id 0 to TTY_PORT_MAX
  * @param end_category 0 to TTY_CATEGORY_MAX
  * @param end_id 0 to TTY_PORT_MAX
- * @param[out] iterator_h the iterator; untouched on failure
+ * @param[out] iterator_h the iterator; unchanged on failure
  * @return 0, TTY_DB_ERR_INVALID_ARG or TTY_DB_ERR_NO_MEMORY.
  */
 TTY_DB_API uint32_t tty_db_iterate_start(tty_db_type *db_h, uint32_t start_category,
@@ -397,16 +398,16 @@ TTY_DB_API uint32_t tty_db_iterate_start(tty_db_type *db_h, uint32_t start_categ
  * Advances an iterator to the next registered line.
  * Takes the read lock.
  * @param iterator_h the iterator
- * @param[out] category the line's category; TTY_CATEGORY_MAX on every failure
- * @param[out] tty_id the line's id; 0 on every failure
- * @return 0, TTY_DB_ERR_NO_MORE, from then on every time, TTY_DB_ERR_INVALID_ARG, or
- *   TTY_DB_ERR_LOCK_FAILED: then the iterator is where it was.
+ * @param[out] category the line's category; TTY_CATEGORY_MAX on failure
+ * @param[out] tty_id the line's id; 0 on failure
+ * @return 0, TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_LOCK_FAILED (the iterator stays where it is), or
+ *   TTY_DB_ERR_NO_MORE (then every further call gives it too).
  */
 TTY_DB_API uint32_t tty_db_iterate_next(tty_db_iterator_type *iterator_h, uint32_t *category,
                                         uint32_t *tty_id);
 
 /**
- * Ends an iterator and frees it.  Takes no lock.
+ * Frees an iterator.  Takes no lock.
  * @param iterator_h the iterator
  * @return 0 or TTY_DB_ERR_INVALID_ARG.
  */
@@ -415,25 +416,19 @@ TTY_DB_API uint32_t tty_db_iterate_end(tty_db_iterator_type *iterator_h);
 /**@}*/
 
 /**
- * @defgroup internal Building blocks
- * The routines behind the operations, for code that is part of the library's own machinery.  They
- * take no database lock and check no arguments: they assert what they require.  Should the report
- * of a failed assertion return, a routine that cannot go on leaves with TTY_DB_ERR_INVALID_ARG, its
- * outputs as after any other failure, and nothing changed.  REQUIRES: arguments in the ranges that
- * the operations demand, and the database's write lock held by the calling thread, or for the
- * lookups and the walk either lock, unless a description says otherwise.
+ * @defgroup internal Internals
+ * The routines behind the operations.  A program cannot call them, because they require the
+ * database lock, which it cannot take.
+ * REQUIRES, unless described otherwise: arguments as for the operations, and the write lock; for
+ * the lookups and the iterator the read lock is enough.
+ * Most requirements are asserted.  If the report of a failed assertion returns and the routine
+ * cannot go on, it changes nothing, sets its outputs as for any failure, and returns
+ * TTY_DB_ERR_INVALID_ARG.
  * @{
  */
 
 /**
- * As tty_db_block_reserve(), in a database of either mode.
- * @param db_h the database
- * @param category 0 to TTY_CATEGORY_MAX
- * @param first_tty 0 to TTY_PORT_MAX
- * @param num_ttys at least 1; the last id is at most TTY_PORT_MAX
- * @param tag_name a string, or NULL
- * @param ctx any value
- * @param[out] block_h the block; NULL on every failure
+ * Does the work of tty_db_block_reserve(), with manual and automatic block management.
  * @return 0, TTY_DB_ERR_OVERLAP or TTY_DB_ERR_NO_MEMORY.
  */
 TTY_DB_API uint32_t tty_db_block_reserve_internal(tty_db_type *db_h, uint32_t category,
@@ -442,25 +437,20 @@ TTY_DB_API uint32_t tty_db_block_reserve_internal(tty_db_type *db_h, uint32_t ca
                                                   tty_db_block_type **block_h);
 
 /**
- * As tty_db_block_release() without options, in a database of either mode.  Cannot fail.
- * @param db_h the database
- * @param block_h the block
+ * Does the work of tty_db_block_release() without options, with manual and automatic block
+ * management.
  */
 TTY_DB_API void tty_db_block_release_internal(tty_db_type *db_h, tty_db_block_type *block_h);
 
 /**
- * As tty_db_block_resize() without options.  REQUIRES: a database with manual block management.
- * @param db_h the database
- * @param block_h the block
- * @param first_tty 0 to TTY_PORT_MAX
- * @param num_ttys at least 1; the last id is at most TTY_PORT_MAX
+ * Does the work of tty_db_block_resize() without options.  REQUIRES: manual block management.
  * @return 0, TTY_DB_ERR_OVERLAP or TTY_DB_ERR_NO_MEMORY.
  */
 TTY_DB_API uint32_t tty_db_block_resize_internal(tty_db_type *db_h, tty_db_block_type *block_h,
                                                  uint32_t first_tty, uint32_t num_ttys);
 
 /**
- * Finds the block that holds an id or, failing that, the next one above it in the category.
+ * Finds the block that contains an id or, if there is none, the next block of the category.
  * @param db_h the database
  * @param category 0 to TTY_CATEGORY_MAX
  * @param tty_id 0 to TTY_PORT_MAX
@@ -471,7 +461,7 @@ TTY_DB_API uint32_t tty_db_block_find_lowest_block(tty_db_type *db_h, uint32_t c
                                                    uint32_t tty_id, tty_db_block_type **block);
 
 /**
- * Finds the block that holds an id.
+ * Finds the block that contains an id.
  * @param db_h the database
  * @param category 0 to TTY_CATEGORY_MAX
  * @param tty_id 0 to TTY_PORT_MAX
@@ -482,9 +472,9 @@ TTY_DB_API uint32_t tty_db_block_find_block_from_tty_id(tty_db_type *db_h, uint3
                                                         uint32_t tty_id, tty_db_block_type **block);
 
 /**
- * Finds the first block, by category, then id, with a tag, or for NULL the first without one.
+ * Finds the first block, by category, then id, that has a tag.
  * @param db_h the database
- * @param tag_name a string, or NULL
+ * @param tag_name the tag; NULL finds the first block without a tag
  * @param[out] block the block; NULL on failure
  * @return 0 or TTY_DB_ERR_NO_BLOCK.
  */
@@ -492,12 +482,7 @@ TTY_DB_API uint32_t tty_db_block_find_block_from_tag(tty_db_type *db_h, const ch
                                                      tty_db_block_type **block);
 
 /**
- * As tty_db_tty_register().
- * @param db_h the database
- * @param category 0 to TTY_CATEGORY_MAX
- * @param tty_id 0 to TTY_PORT_MAX
- * @param entry_size at least sizeof(tty_db_tty_type)
- * @param[out] tty the entry; NULL on every failure
+ * Does the work of tty_db_tty_register().
  * @return as tty_db_tty_register().
  */
 TTY_DB_API uint32_t tty_db_tty_register_internal(tty_db_type *db_h, uint32_t category,
@@ -505,18 +490,19 @@ TTY_DB_API uint32_t tty_db_tty_register_internal(tty_db_type *db_h, uint32_t cat
                                                  tty_db_tty_type **tty);
 
 /**
- * Deregisters the line that is registered at an id of a block.  The block dies with its last line
- * in a database that manages its blocks by itself, unless the block is under release already.
+ * Deregisters a line of a block.
+ * With automatic block management also releases the block if it is now empty, unless that is
+ * already under way.
  * @param db_h the database
  * @param block a block of this database
- * @param tty_id 0 to TTY_PORT_MAX
+ * @param tty_id the id of the line
  */
 TTY_DB_API void tty_db_tty_deregister_internal(tty_db_type *db_h, tty_db_block_type *block,
                                                uint32_t tty_id);
 
 /**
- * Finds the link (the list head, or a node's link to the next) that holds the item with a key.
- * REQUIRES: the entry held; no database lock is needed.
+ * Finds the link to an item: the list head, or the link of the node before it.
+ * REQUIRES: the calling thread holds the entry; no database lock.
  * @param tty the entry
  * @param item_key the item's key
  * @param[out] insertion_point the link; NULL on failure
@@ -526,10 +512,7 @@ TTY_DB_API uint32_t tty_db_item_find_insertion_point(tty_db_tty_type *tty, uint3
                                                      tty_db_item_type ***insertion_point);
 
 /**
- * As tty_db_iterate_next().
- * @param iterator_h the iterator
- * @param[out] category the line's category; TTY_CATEGORY_MAX on every failure
- * @param[out] tty_id the line's id; 0 on every failure
+ * Does the work of tty_db_iterate_next().
  * @return 0 or TTY_DB_ERR_NO_MORE.
  */
 TTY_DB_API uint32_t tty_db_iterate_next_internal(tty_db_iterator_type *iterator_h,

@@ -1,8 +1,8 @@
 /**
  * @file
- * The registry of terminal lines for C++17: owning handles, typed entries and items, and a range of
- * lines, over the operations of tty_db.h, whose comments hold here too.  Header only, no state of
- * its own: an entry held through it is the two C calls that retrieve and unlock it.
+ * The C++17 interface to the registry of terminal lines: owning handles, typed entries and items,
+ * and ranges of lines.  Header only.  It calls the operations of tty_db.h, where their locks,
+ * waits and results are described.
  *
  *     struct port { tty_db_tty_type tty; unsigned baud; };
  *
@@ -15,16 +15,16 @@
  *     std::error_code ec;
  *     db.deregister_line(1, 80, ec);                    // ec == ttydb::errc::no_block
  *
- * Every operation that can fail has two forms, as in std::filesystem: with a std::error_code as its
- * last argument it is noexcept and reports there; without one it throws std::system_error.  The
- * parameter pack `ec` at the end of an operation stands for both.  Code compiled without exceptions
- * has both too, but there a failure of the second form ends the process.
+ * Every operation that can fail has two forms, like those of std::filesystem: with a
+ * std::error_code as its last argument it is noexcept and reports there; without one it throws
+ * std::system_error.  A parameter pack `ec` stands for both.  In code compiled without exceptions
+ * the second form ends the process instead of throwing.
  *
  * A line is named by a position, or by its category and id as two arguments.
  *
- * A handle that has been moved from, or that a failed operation returned, is empty: it owns
- * nothing, its destructor does nothing, and an operation on it gives errc::invalid_argument.  There
- * are two exceptions: an empty range has no lines, and find() on an empty entry returns null.
+ * A handle that was moved from, or returned by a failed operation, is empty.  It owns nothing, and
+ * an operation on it gives errc::invalid_argument, with two exceptions: an empty range has no
+ * lines, and find() on an empty entry returns null.
  */
 #ifndef TTY_DB_HPP
 #define TTY_DB_HPP
@@ -48,31 +48,30 @@
 namespace ttydb {
 
 /**
- * The result codes of the library.
+ * The result codes.
  *
- * A std::error_code holds an int, so that the codes above INT_MAX show as negative numbers in
- * error_code::value(), equal to the C code modulo 2^32.  Compare with an errc, not with the number.
+ * Compare a std::error_code with an errc, not its value() with a number: value() is an int, in
+ * which most codes are negative.
  */
 enum class errc : std::uint32_t {
-  no_memory = TTY_DB_ERR_NO_MEMORY,           /**< an allocation failed */
-  invalid_argument = TTY_DB_ERR_INVALID_ARG,  /**< an empty handle, or a value out of range */
-  wrong_mode = TTY_DB_ERR_WRONG_MODE,         /**< the database manages its blocks by itself */
-  lock_failed = TTY_DB_ERR_LOCK_FAILED,       /**< a lock could not be obtained */
-  lock_init = TTY_DB_ERR_LOCK_INIT,           /**< a lock could not be created */
-  no_block = TTY_DB_ERR_NO_BLOCK,             /**< no block holds the id, or carries the tag */
-  overlap = TTY_DB_ERR_OVERLAP,               /**< the range overlaps a block of its category */
-  item_exists = TTY_DB_ERR_ITEM_EXISTS,       /**< the entry has an item with this key */
-  tty_exists = TTY_DB_ERR_TTY_EXISTS,         /**< the line is registered already */
-  no_more = TTY_DB_ERR_NO_MORE,               /**< the iterator has no further line */
-  no_item = TTY_DB_ERR_NO_ITEM,               /**< the entry has no item with this key */
-  not_registered = TTY_DB_ERR_NOT_REGISTERED, /**< no line is registered under the id */
-  ttys_registered =
-      TTY_DB_ERR_TTYS_REGISTERED, /**< lines are registered in the ids to be given up */
+  no_memory = TTY_DB_ERR_NO_MEMORY,             /**< #TTY_DB_ERR_NO_MEMORY */
+  invalid_argument = TTY_DB_ERR_INVALID_ARG,    /**< #TTY_DB_ERR_INVALID_ARG */
+  wrong_mode = TTY_DB_ERR_WRONG_MODE,           /**< #TTY_DB_ERR_WRONG_MODE */
+  lock_failed = TTY_DB_ERR_LOCK_FAILED,         /**< #TTY_DB_ERR_LOCK_FAILED */
+  lock_init = TTY_DB_ERR_LOCK_INIT,             /**< #TTY_DB_ERR_LOCK_INIT */
+  no_block = TTY_DB_ERR_NO_BLOCK,               /**< #TTY_DB_ERR_NO_BLOCK */
+  overlap = TTY_DB_ERR_OVERLAP,                 /**< #TTY_DB_ERR_OVERLAP */
+  item_exists = TTY_DB_ERR_ITEM_EXISTS,         /**< #TTY_DB_ERR_ITEM_EXISTS */
+  tty_exists = TTY_DB_ERR_TTY_EXISTS,           /**< #TTY_DB_ERR_TTY_EXISTS */
+  no_more = TTY_DB_ERR_NO_MORE,                 /**< #TTY_DB_ERR_NO_MORE */
+  no_item = TTY_DB_ERR_NO_ITEM,                 /**< #TTY_DB_ERR_NO_ITEM */
+  not_registered = TTY_DB_ERR_NOT_REGISTERED,   /**< #TTY_DB_ERR_NOT_REGISTERED */
+  ttys_registered = TTY_DB_ERR_TTYS_REGISTERED, /**< #TTY_DB_ERR_TTYS_REGISTERED */
 };
 
 }  // namespace ttydb
 
-/* Lets an errc be assigned to a std::error_code and compared with one. */
+/* Makes an errc convertible to a std::error_code. */
 namespace std {
 template <>
 struct is_error_code_enum<ttydb::errc> : true_type {};
@@ -88,7 +87,7 @@ class category_type final : public std::error_category {
 
   const char* name() const noexcept override { return "tty_db"; }
 
-  /* The texts are those of qerr_strerror() in the stand-in for the host. */
+  /* The texts of the stand-in's qerr_strerror(). */
   std::string message(int value) const override {
     constexpr struct {
       errc code;
@@ -129,7 +128,7 @@ class category_type final : public std::error_category {
   }
 };
 
-/* Initialised by the compiler and never destroyed: codes are good before main and after it. */
+/* Initialised at compile time and never destroyed: codes are valid before and after main. */
 union category_storage {
   constexpr category_storage() noexcept : value() {}
   category_storage(const category_storage&) = delete;
@@ -143,17 +142,17 @@ inline const category_storage category_instance;
 
 }  // namespace detail
 
-/** The category of the library's error codes; its name is "tty_db". */
+/** The category of the error codes; its name is "tty_db". */
 inline const std::error_category& category() noexcept { return detail::category_instance.value; }
 
-/** Makes an error code of the library's category. */
+/** Makes an error code of that category. */
 inline std::error_code make_error_code(errc code) noexcept {
   return {static_cast<int>(code), category()};
 }
 
 namespace detail {
 
-/* Whether an operation with these arguments at its end is the form that reports. */
+/* Whether an operation with these last arguments reports instead of throwing. */
 template <class... Ec>
 inline constexpr bool reports = sizeof...(Ec) == 1;
 
@@ -168,13 +167,13 @@ inline constexpr bool reports = sizeof...(Ec) == 1;
 #endif
 }
 
-/* Each says whether the operation has succeeded, if it returns. */
+/* Both return whether the operation succeeded. */
 inline bool check(std::uint32_t result, const char* operation) {
   if (result != 0) raise(result, operation);
   return true;
 }
 
-/* Success leaves a clear code alone: std::error_code::clear is a call into the C++ library. */
+/* Clears only a code that is set: clear() is a call into the C++ library. */
 inline bool check(std::uint32_t result, const char* /*operation*/, std::error_code& ec) noexcept {
   if (result != 0) {
     ec = static_cast<errc>(result);
@@ -187,12 +186,12 @@ inline bool check(std::uint32_t result, const char* /*operation*/, std::error_co
 template <class Record, class = void>
 struct begins_with_head : std::false_type {};
 
-/* An aggregate takes its first initialiser for its first member, whatever that is called. */
+/* The first initialiser of an aggregate is for its first member. */
 template <class Record>
 struct begins_with_head<Record, std::void_t<decltype(Record{std::declval<tty_db_tty_type>()})>>
     : std::true_type {};
 
-/* What an entry must be, for the library to make it with calloc and end it with free. */
+/* The library creates an entry with calloc and destroys it with free. */
 template <class Record>
 constexpr void assert_record() noexcept {
   static_assert(std::is_standard_layout_v<Record>, "an entry must have standard layout");
@@ -209,7 +208,7 @@ constexpr void assert_item() noexcept {
   static_assert(alignof(T) <= alignof(std::max_align_t), "an item is aligned as by malloc");
 }
 
-/* How the owning handles end what they own. */
+/* The deleters of the owning handles. */
 struct unlock {
   tty_db_type* db_h = nullptr;
   void operator()(tty_db_tty_type* tty) const noexcept { tty_db_tty_unlock(db_h, tty); }
@@ -221,26 +220,26 @@ struct end {
 
 }  // namespace detail
 
-/** Options of a database, fixed at its creation; combine them with `|`. */
+/** Options of a database; combine them with `|`. */
 enum class options : std::uint32_t {
   none = 0,
-  lock_entries = TTY_DB_OPT_LOCK_ENTRIES, /**< entries are handed over locked */
-  auto_blocks = TTY_DB_OPT_AUTO_BLOCKS,   /**< the library makes and frees blocks by itself */
+  lock_entries = TTY_DB_OPT_LOCK_ENTRIES, /**< #TTY_DB_OPT_LOCK_ENTRIES */
+  auto_blocks = TTY_DB_OPT_AUTO_BLOCKS,   /**< #TTY_DB_OPT_AUTO_BLOCKS */
   all = TTY_DB_OPT_ALL,
 };
 
-/** Both sets of options together. */
+/** Combines options. */
 constexpr options operator|(options left, options right) noexcept {
   return static_cast<options>(static_cast<std::uint32_t>(left) | static_cast<std::uint32_t>(right));
 }
 
-/** What becomes of the lines at ids that a block gives up. */
+/** Whether a block that loses ids deregisters the lines there. */
 enum class implicit_dereg : std::uint32_t {
-  allow = 0,                                   /**< they are deregistered */
-  refuse = TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG, /**< if there are any, the operation fails */
+  allow = 0,                                   /**< the lines are deregistered */
+  refuse = TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG, /**< if there are any lines, the operation fails */
 };
 
-/** Where a line is registered, or may be. */
+/** The category and id of a line. */
 struct position {
   std::uint32_t category;
   std::uint32_t id;
@@ -251,42 +250,42 @@ struct position {
   friend constexpr bool operator!=(position left, position right) noexcept {
     return !(left == right);
   }
-  /** The order in which a range yields positions: by category, then id. */
+  /** The order of a range: by category, then id. */
   friend constexpr bool operator<(position left, position right) noexcept {
     return left.category != right.category ? left.category < right.category : left.id < right.id;
   }
 };
 
-/** The first position that a line can have. */
+/** The lowest position. */
 inline constexpr position first_position{TTY_CATEGORY_MIN, 0};
-/** The last position that a line can have. */
+/** The highest position. */
 inline constexpr position last_position{TTY_CATEGORY_MAX, TTY_PORT_MAX};
 
-/** How much a database holds, over all categories. */
+/** The numbers of blocks and registered lines of a database. */
 struct counts {
   std::uint32_t blocks;
   std::uint32_t lines;
 };
 
-/** What a block is; see tty_db_block_details_type. */
+/** The details of a block. */
 using block_details = tty_db_block_details_type;
 
 /**
- * The entry of a line, held until the end of the guard's scope, with access to the caller's record
- * and the items on it.
+ * A guard that holds the entry of a line until the end of its scope, and gives access to the
+ * caller's record and the items.  Move-only.
  *
- * In a database with options::lock_entries the thread that got the guard holds the entry: the guard
- * must end in that thread, before the database does.  Move-only.
+ * In a database with options::lock_entries the guard must be destroyed in the thread that obtained
+ * it.  It must not outlive the database.
  *
- * @tparam Record  the caller's record, an aggregate with a tty_db_tty_type as its first member; the
- *                 one that the line was registered with, or a prefix of it
+ * @tparam Record  an aggregate with a tty_db_tty_type as its first member: the record that the line
+ *                 was registered with, or a prefix of it
  */
 template <class Record>
 class entry {
  public:
   /** An empty guard. */
   entry() noexcept { detail::assert_record<Record>(); }
-  /** Takes charge of an entry that a C operation handed out. */
+  /** Takes ownership of an entry from a C operation. */
   entry(tty_db_type* db_h, ttydb::position at, tty_db_tty_type* tty) noexcept
       : tty_(tty, {db_h}), at_(at) {
     detail::assert_record<Record>();
@@ -299,18 +298,18 @@ class entry {
   Record* operator->() const noexcept { return reinterpret_cast<Record*>(tty_.get()); }
   /** The line's position. */
   ttydb::position position() const noexcept { return at_; }
-  /** The entry for C operations; still held by the guard. */
+  /** The entry, for C operations; the guard keeps it. */
   tty_db_tty_type* native_handle() const noexcept { return tty_.get(); }
 
-  /** Gives the entry back now. */
+  /** Unlocks the entry now. */
   void unlock() noexcept { tty_.reset(); }
-  /** Forgets the entry without giving it back, which is then up to the caller. */
+  /** Gives up the entry; the caller must unlock it. */
   tty_db_tty_type* release() noexcept { return tty_.release(); }
 
   /**
-   * Hangs a new item on the entry: `count` consecutive values of T, all bytes zero.
-   * The values live until the item is destroyed or the line deregistered.
-   * @return the first of them; null on failure
+   * Attaches a new item to the entry: an array of `count` T, filled with zeros.
+   * It lives until the item is destroyed or the line deregistered.
+   * @return its first element; null on failure
    */
   template <class T, class... Ec>
   T* create_array(std::uint32_t key, std::size_t count, Ec&... ec) const
@@ -325,8 +324,8 @@ class entry {
   }
 
   /**
-   * Hangs a new item on the entry, one T with all bytes zero.
-   * @return the item; the form that reports has null on failure
+   * Attaches a new item to the entry: one T, filled with zeros.
+   * @return the item; with an error code, null on failure
    */
   template <class T>
   T* create(std::uint32_t key, std::error_code& ec) const noexcept {
@@ -339,8 +338,9 @@ class entry {
   }
 
   /**
-   * Finds an item by its key, of the type that it was created with: the library does not know it.
-   * @return the item, of an array the first value; the form that reports has null on failure
+   * Gets an item by its key.  T must be the type that the item was created with: this is not
+   * checked.
+   * @return the item, or the first element of an array; with an error code, null on failure
    */
   template <class T>
   T* get(std::uint32_t key, std::error_code& ec) const noexcept {
@@ -352,7 +352,7 @@ class entry {
     return *get_array<T>(key);
   }
 
-  /** As get, where it is no failure that there is no such item.  @return the item or null */
+  /** Finds an item, like get().  @return the item, or null if there is none */
   template <class T>
   T* find(std::uint32_t key) const noexcept {
     detail::assert_item<T>();
@@ -361,7 +361,7 @@ class entry {
     return static_cast<T*>(item);
   }
 
-  /** Frees an item with its data. */
+  /** Frees an item and its data. */
   template <class... Ec>
   void destroy(std::uint32_t key, Ec&... ec) const noexcept(detail::reports<Ec...>) {
     detail::check(tty_db_item_destroy(native_handle(), key), "tty_db_item_destroy", ec...);
@@ -384,25 +384,25 @@ class entry {
 };
 
 /**
- * A reference to a block of a database with manual block management.  It is copied freely and owns
- * nothing: it is good as long as the block and the database live.
+ * A reference to a block of a database with manual block management.  Copyable; it owns nothing and
+ * is valid as long as the block.
  */
 class block {
  public:
-  /** A reference to no block. */
+  /** An empty reference. */
   block() noexcept = default;
-  /** Refers to a block by its C handles, such as the one in its details. */
+  /** Refers to a block by its C handles. */
   block(tty_db_type* db_h, tty_db_block_type* block_h) noexcept : db_(db_h), block_(block_h) {}
 
   /** Whether this refers to a block. */
   explicit operator bool() const noexcept { return block_ != nullptr; }
-  /** The block for C operations. */
+  /** The block, for C operations. */
   tty_db_block_type* native_handle() const noexcept { return block_; }
 
   friend bool operator==(block left, block right) noexcept { return left.block_ == right.block_; }
   friend bool operator!=(block left, block right) noexcept { return !(left == right); }
 
-  /** Gives the block a new range of ids; lines at ids of both ranges stay. */
+  /** Gives the block a new range of ids; see tty_db_block_resize(). */
   template <class... Ec>
   void resize(std::uint32_t first_id, std::uint32_t count,
               implicit_dereg dereg = implicit_dereg::allow, Ec&... ec) const
@@ -412,7 +412,7 @@ class block {
         "tty_db_block_resize", ec...);
   }
 
-  /** Ends the block.  On success this refers to no block, and copies of it must not be used. */
+  /** Releases the block.  On success this is empty, and its copies are invalid. */
   template <class... Ec>
   void release(implicit_dereg dereg = implicit_dereg::allow,
                Ec&... ec) noexcept(detail::reports<Ec...>) {
@@ -422,7 +422,7 @@ class block {
     }
   }
 
-  /** The block's details as they are now; all zeros on failure. */
+  /** Copies the block's details; all zeros on failure. */
   template <class... Ec>
   block_details details(Ec&... ec) const noexcept(detail::reports<Ec...>) {
     block_details details{};
@@ -437,18 +437,15 @@ class block {
 };
 
 /**
- * The positions of the registered lines from one to another, both inclusive, for a range-based
- * `for`.
+ * The registered lines from a first to a last position, both inclusive, for a range-based `for`.
  *
- * Single pass: the lines are found while the iterator advances, each time in the database as it is
- * then, and begin() continues where the range has got to.  No lock is kept between two lines.
- * The range must not be advanced after its database is destroyed.  Move-only; moving it invalidates
- * its iterators.
+ * Single pass: each advance looks for the next line in the database as it is then, and begin()
+ * continues at the current place.  The range holds no lock between two lines.  It must not be
+ * advanced after its database is destroyed.  Move-only; moving it invalidates its iterators.
  */
 class line_range {
  public:
-  /** An input iterator over positions; one that has reached the end equals a default-constructed
-   * one. */
+  /** An input iterator over positions. */
   class iterator {
    public:
     using iterator_category = std::input_iterator_tag;
@@ -462,7 +459,7 @@ class line_range {
 
     reference operator*() const noexcept { return at_; }
     pointer operator->() const noexcept { return &at_; }
-    /** Advances; a failure throws, or ends the range if that was given an error code. */
+    /** Advances.  A failure throws, or ends a range that has an error code. */
     iterator& operator++() {
       if (!range_->advance(at_)) range_ = nullptr;
       return *this;
@@ -490,8 +487,8 @@ class line_range {
 
   /** An empty range. */
   line_range() noexcept = default;
-  /** An error code is where this and every advance reports a failure, which ends the range; it
-   * outlives the range. */
+  /** Failures of this and of every advance are reported to an error code, which must outlive the
+   * range. */
   template <class... Ec>
   line_range(tty_db_type* db_h, position first, position last,
              Ec&... ec) noexcept(detail::reports<Ec...>)
@@ -503,7 +500,7 @@ class line_range {
     iterator_.reset(iterator_h);
   }
 
-  /** The next line of the range; a failure is treated as by the iterator's `++`. */
+  /** Advances to the next line, like the iterator's `++`. */
   iterator begin() { return iterator(this); }
   // NOLINTNEXTLINE(readability-convert-member-functions-to-static): ranges are asked for their end
   iterator end() const noexcept { return {}; }
@@ -521,12 +518,12 @@ class line_range {
   std::error_code* ec_ = nullptr;
 };
 
-/** A database, destroyed with this object.  Move-only. */
+/** Owns a database, and destroys it at the end of its scope.  Move-only. */
 class database {
  public:
-  /** No database. */
+  /** An empty handle. */
   database() noexcept = default;
-  /** Takes ownership of a database made in C. */
+  /** Takes ownership of a database from tty_db_create(). */
   explicit database(tty_db_type* db_h) noexcept : db_(db_h) {}
   /** Creates an empty database. */
   template <class... Ec>
@@ -536,16 +533,16 @@ class database {
     db_.reset(db_h);
   }
 
-  /** Whether this is a database. */
+  /** Whether this owns a database. */
   explicit operator bool() const noexcept { return db_ != nullptr; }
-  /** The database for C operations; still owned by this object. */
+  /** The database, for C operations; this keeps ownership. */
   tty_db_type* native_handle() const noexcept { return db_.get(); }
-  /** Gives up ownership. */
+  /** Gives up ownership; the caller must destroy the database. */
   tty_db_type* release() noexcept { return db_.release(); }
 
   /**
-   * Destroys the database now; after a failure it is as it was, and still owned.  The destructor
-   * leaves a database behind whose lock cannot be had.
+   * Destroys the database now; on failure this still owns it.  If the destructor cannot take the
+   * database lock, it leaks the database.
    */
   template <class... Ec>
   void destroy(Ec&... ec) noexcept(detail::reports<Ec...>) {
@@ -554,7 +551,7 @@ class database {
     }
   }
 
-  /** How many blocks and registered lines the database holds; zeros on failure. */
+  /** Counts blocks and registered lines; zeros on failure. */
   template <class... Ec>
   ttydb::counts counts(Ec&... ec) const noexcept(detail::reports<Ec...>) {
     ttydb::counts counts{};
@@ -563,7 +560,7 @@ class database {
     return counts;
   }
 
-  /** Registers a line.  @return its new entry, zero-filled behind its head; empty on failure */
+  /** Registers a line.  @return its entry, filled with zeros after its head; empty on failure */
   template <class Record, class... Ec>
   entry<Record> register_line(position at, Ec&... ec) noexcept(detail::reports<Ec...>) {
     tty_db_tty_type* tty = nullptr;
@@ -578,7 +575,7 @@ class database {
     return register_line<Record>(position{category, id}, ec...);
   }
 
-  /** Hands out the entry of a registered line; an empty guard on failure. */
+  /** Gets the entry of a registered line; an empty guard on failure. */
   template <class Record, class... Ec>
   [[nodiscard]] entry<Record> retrieve_line(position at, Ec&... ec) const
       noexcept(detail::reports<Ec...>) {
@@ -595,8 +592,8 @@ class database {
   }
 
   /**
-   * Deregisters the line whose entry this thread holds, and empties the guard; after a failure that
-   * holds the entry still.
+   * Deregisters the line of a guard that this thread holds, and empties the guard; on failure the
+   * guard still holds the entry.
    */
   template <class Record, class... Ec>
   void deregister_line(entry<Record>&& held, Ec&... ec) noexcept(detail::reports<Ec...>) {
@@ -607,8 +604,8 @@ class database {
     if (detail::check(result, "tty_db_tty_deregister", ec...)) held.release();
   }
   /**
-   * Deregisters a line, with its entry and its items, when its holder has given it back.  Not for a
-   * thread with a guard of that entry, which would outlive it: give the guard instead.
+   * Deregisters a line.  A thread that has a guard of its entry must pass the guard instead: the
+   * guard would otherwise unlock a freed entry.
    */
   template <class... Ec>
   void deregister_line(position at, Ec&... ec) noexcept(detail::reports<Ec...>) {
@@ -622,11 +619,7 @@ class database {
     deregister_line(position{category, id}, ec...);
   }
 
-  /**
-   * Reserves `count` ids of a category, from `first` on, as a block.
-   * @param tag  a string to find the block by, which is copied, or null
-   * @param ctx  any value, handed back in the block's details
-   */
+  /** Reserves a block of `count` ids from `first` on; see tty_db_block_reserve(). */
   template <class... Ec>
   block reserve_block(position first, std::uint32_t count, const char* tag = nullptr,
                       std::uintptr_t ctx = 0, Ec&... ec) noexcept(detail::reports<Ec...>) {
@@ -644,12 +637,12 @@ class database {
     return reserve_block(position{category, first_id}, count, tag, ctx, ec...);
   }
 
-  /** The block that details are about. */
+  /** The block that the details describe. */
   block block_of(const block_details& details) const noexcept {
     return {native_handle(), details.block_h};
   }
 
-  /** The details of the block that holds an id, registered or not; all zeros on failure. */
+  /** Copies the details of the block that contains an id; all zeros on failure. */
   template <class... Ec>
   block_details details_by_line(position at, Ec&... ec) const noexcept(detail::reports<Ec...>) {
     block_details details{};
@@ -664,7 +657,7 @@ class database {
     return details_by_line(position{category, id}, ec...);
   }
 
-  /** The details of the first block with a tag, or for null the first without; zeros on failure. */
+  /** Copies the details of the first block with a tag; see tty_db_block_details_from_tag(). */
   template <class... Ec>
   block_details details_by_tag(const char* tag, Ec&... ec) const noexcept(detail::reports<Ec...>) {
     block_details details{};
