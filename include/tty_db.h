@@ -66,6 +66,19 @@ extern "C" {
 #endif
 
 /**
+ * @defgroup version Version
+ * The version of the library that this header belongs to.
+ * @{
+ */
+#define TTY_DB_VERSION_MAJOR 1 /**< changes with the binary interface */
+#define TTY_DB_VERSION_MINOR 0 /**< changes with additions */
+#define TTY_DB_VERSION_PATCH 0 /**< changes with corrections */
+/** The version as one number: 10203 is 1.2.3.  `#if TTY_DB_VERSION >= 10200` requires 1.2. */
+#define TTY_DB_VERSION \
+  (TTY_DB_VERSION_MAJOR * 10000 + TTY_DB_VERSION_MINOR * 100 + TTY_DB_VERSION_PATCH)
+/**@}*/
+
+/**
  * @defgroup bounds Bounds
  * The limits of categories and ids, inclusive.
  * @{

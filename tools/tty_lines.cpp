@@ -11,17 +11,19 @@
 
 #include "listing.h"
 #include "options.h"
+#include "tty_db.h"
 #include "watch.h"
-
-#ifndef TTYDB_VERSION
-#define TTYDB_VERSION "1.0.0"
-#endif
 
 namespace tty_lines {
 namespace {
 
 constexpr int kFailure = 1;
 constexpr int kBadUsage = 2;
+
+std::string version() {
+  return std::to_string(TTY_DB_VERSION_MAJOR) + '.' + std::to_string(TTY_DB_VERSION_MINOR) + '.' +
+         std::to_string(TTY_DB_VERSION_PATCH);
+}
 
 std::string list_columns() {
   std::string out;
@@ -65,7 +67,7 @@ bool run(int argc, char** argv) {
       write_output(kUsage);
       break;
     case Action::kVersion:
-      write_output("tty-lines " TTYDB_VERSION "\n");
+      write_output("tty-lines " + version() + "\n");
       break;
   }
   return true;

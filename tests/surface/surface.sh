@@ -71,7 +71,7 @@ check_installed() {
   libraries=$(dirname "$(find "$prefix" -name libttydb.a)")
   PKG_CONFIG_PATH=$libraries/pkgconfig CMAKE_PREFIX_PATH=$prefix LD_LIBRARY_PATH=$libraries \
     "$here/programs.sh" "$2/programs"
-  "$prefix/bin/tty-lines" --version
+  [[ $("$prefix/bin/tty-lines" --version) == "tty-lines $(pkg-config --modversion "$libraries/pkgconfig/ttydb.pc")" ]]
 }
 
 # A part of a project that knows no language but C.
