@@ -1,5 +1,5 @@
-// The report of failed assertions: a line on standard error, then abort, unless the environment
-// variable TTY_ASSERT is "report".
+// Assertion reports: writes a line to standard error, then aborts unless the environment variable
+// TTY_ASSERT is "report".
 
 #include <stdlib.h>
 #include <string.h>

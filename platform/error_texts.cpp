@@ -1,6 +1,5 @@
-// The error-code registry: texts of result codes by component, in force once the component has been
-// registered.  A result code holds its component in bits 15 to 27 and its number in bits 9 to 14;
-// the bits below are 0.
+// The error-code registry: the texts of result codes, available once their component is registered.
+// Bits 15 to 27 of a result code are its component, bits 9 to 14 its number; bits 0 to 8 are 0.
 
 #include <errno.h>
 
@@ -12,7 +11,7 @@ namespace {
 
 constexpr uint32_t kTtyDbComponent = 1200;
 
-// By number; the number 0 is no code.
+// By number; 0 is not used.
 const char *const kTtyDbTexts[] = {
     nullptr,
     "Out of memory",

@@ -1,14 +1,14 @@
-// How the stand-in learns that the process has begun to exit.
+// Tells the exit of the process from the unload of a library.
 
 #ifndef TTY_PLATFORM_EXIT_WATCH_H
 #define TTY_PLATFORM_EXIT_WATCH_H
 
-// Watches for the exit of the process, unless the program is still being started.  Called where a
-// library's constructor calls the stand-in.
+// Starts to watch for the exit of the process, unless the program is still being started.  Every
+// service that a library's constructor calls must call it.
 void tty_watch_for_exit();
 
-// Says whether the library that the address `caller` lies in is being unloaded.  Called from that
-// library's destructor: if not, the process exits.
+// Returns whether the library that contains the address `caller` is being unloaded; if not, the
+// process exits.  REQUIRES: the library's destructor calls it.
 bool tty_is_unloaded(const void *caller);
 
 #endif  // TTY_PLATFORM_EXIT_WATCH_H

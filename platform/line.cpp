@@ -16,16 +16,16 @@ static_assert(sizeof(off_t) == 8, "files grow larger than 2 GiB");
 
 namespace {
 
-// A process that has begun without standard error gives descriptor 2 to a file that it opens, which
-// is no place for lines.
+// In a process that was started without standard error, descriptor 2 is later some other file:
+// no lines are written there.
 bool has_standard_error = true;
 
 __attribute__((constructor)) void look_for_standard_error() {
   has_standard_error = fcntl(STDERR_FILENO, F_GETFD) != -1;
 }
 
-// Writes, without the signal by which the kernel tells, beside the error number, that a pipe has no
-// reader or that a file may not grow: a line that cannot be written ends no process.
+// Writes without raising SIGPIPE (the pipe has no reader) or SIGXFSZ (the file is at its size
+// limit): failing to write a line must not end the process.
 ssize_t write_quietly(int fd, const char *bytes, size_t size) {
   sigset_t signals;
   sigset_t pending;
@@ -39,7 +39,7 @@ ssize_t write_quietly(int fd, const char *bytes, size_t size) {
   const ssize_t written = write(fd, bytes, size);
   const int error = errno;
   const int raised = written >= 0 ? 0 : error == EPIPE ? SIGPIPE : error == EFBIG ? SIGXFSZ : 0;
-  if (raised != 0 && sigismember(&pending, raised) == 0) {  // one that was pending is the program's
+  if (raised != 0 && sigismember(&pending, raised) == 0) {  // not if it was pending before
     constexpr timespec kNoWait = {0, 0};
     sigemptyset(&signals);
     sigaddset(&signals, raised);
@@ -55,10 +55,10 @@ struct Character {
   size_t length;  // in bytes
 };
 
-// Decodes the character that `bytes`, closed by NUL, begin with.  A byte that begins no well-formed
-// UTF-8 counts as Latin-1.
+// Decodes the first character of NUL-terminated `bytes`.  A byte that does not begin well-formed
+// UTF-8 is taken as Latin-1.
 Character decode(const unsigned char *bytes) {
-  constexpr uint32_t kLowest[] = {0, 0, 0x80, 0x800, 0x10000};  // that takes this many bytes
+  constexpr uint32_t kLowest[] = {0, 0, 0x80, 0x800, 0x10000};  // by length
   const Character byte = {bytes[0], 1};
   if (byte.code < 0xc0 || byte.code > 0xf4) return byte;
   Character character = {0, byte.code < 0xe0 ? 2u : byte.code < 0xf0 ? 3u : 4u};
@@ -78,7 +78,7 @@ bool is_control(uint32_t code) { return code < 0x20 || (code >= 0x7f && code < 0
 
 void Line::add(const char *bytes, size_t size) {
   constexpr char kMark[] = {'.', '.', '.'};
-  constexpr size_t kRoom = sizeof(text_) - 1;  // the end is for the newline
+  constexpr size_t kRoom = sizeof(text_) - 1;  // the last byte is for the newline
   if (cut_) return;
   cut_ = size > kRoom - length_;
   if (cut_) {
@@ -122,7 +122,7 @@ void Line::put(const char *text) {
 }
 
 void Line::print_list(const char *format, va_list args) {
-  char text[sizeof(text_) + MB_LEN_MAX];  // what is cut here would not fit the line
+  char text[sizeof(text_) + MB_LEN_MAX];  // more would not fit the line
   text[0] = '\0';
   vsnprintf(text, sizeof(text), format, args);
   put(text);
@@ -141,7 +141,7 @@ const char *Line::text() {
 }
 
 bool Line::write_to(int fd, bool wait) {
-  static_assert(sizeof(text_) <= PIPE_BUF);  // a pipe takes all of a line or nothing
+  static_assert(sizeof(text_) <= PIPE_BUF);  // a pipe takes a whole line or nothing
   if (fd == STDERR_FILENO && !has_standard_error) return false;
   text_[length_] = '\n';
   for (size_t done = 0; done <= length_;) {

@@ -1,20 +1,19 @@
-// The loader query: does an explicit unload run the calling library's destructor, or the exit of
-// the process?
+// The loader query: does an unload run a library's destructor, or the exit of the process?
 //
-// An exit handler tells, provided that it runs before the libraries' destructors.  That is so for a
-// handler set once the program runs.  A handler set by a constructor at program start runs after
-// the destructors and tells nothing; but the program, and a library that it was started with, is
-// never unloaded: only the exit of the process runs its destructor.  So one fact answers for those,
-// and the handler for libraries that are opened later.
+// An exit handler can tell if it runs before the destructors of the libraries.  A handler that is
+// set while the program runs does.  One that a constructor sets at program start runs too late.
+// But the program and the libraries that it was started with are never unloaded, so the handler is
+// needed only for libraries opened later.
 //
-// A host may bring any of the services, so the handler is set without a call of one.  If the
-// stand-in is opened later itself, its constructor sets it.  If the program was started with the
-// stand-in, the end of the main thread does: exit(3) runs it before all handlers.  Another thread
-// may exit instead; so the services that a library calls when it is loaded set a handler too.
+// The host may provide any of the services, so the handler must be set even if no service is
+// called.  If the stand-in is opened later, its constructor sets the handler.  If the program was
+// started with the stand-in, the end of the main thread sets it, because exit(3) runs the
+// thread-exit functions before the handlers.  Another thread may exit instead, so the services that
+// a library calls when it is loaded set the handler too.
 //
-// Two exits are taken for an unload: that by another thread than main, if a constructor opened the
-// library before main, or if the host brings all the services that set the handler.  And an unload
-// by an exit handler that was set before the handler here is taken for the exit.
+// Known limits: the exit is mistaken for an unload if a thread other than main exits, and either a
+// constructor opened the library before main or the host provides all services that set the
+// handler.  An unload by an exit handler that was set before this one is mistaken for the exit.
 
 #include <dlfcn.h>
 #include <link.h>
@@ -43,8 +42,8 @@ const char *base_name(const char *path) {
   return slash != nullptr ? slash + 1 : path;
 }
 
-// Returns where the strings of a loaded object's dynamic section are: the loader may have relocated
-// their address already.
+// Returns the dynamic string table of a loaded object.  The loader may have relocated its address
+// already.
 const char *dynamic_strings(const link_map *object) {
   const ElfW(Dyn) *entry = object->l_ld;
   while (entry->d_tag != DT_STRTAB) ++entry;
@@ -53,7 +52,7 @@ const char *dynamic_strings(const link_map *object) {
   return reinterpret_cast<const char *>(strings);
 }
 
-// Returns the later, in load order, of `last` and the objects that `object` needs.
+// Returns the latest, in load order, of `last` and the objects that `object` needs.
 const link_map *last_needed(const link_map *program, const link_map *object, const link_map *last) {
   const char *strings = dynamic_strings(object);
   for (const ElfW(Dyn) *entry = object->l_ld; entry->d_tag != DT_NULL; ++entry) {
@@ -71,9 +70,9 @@ const link_map *last_needed(const link_map *program, const link_map *object, con
   return last;
 }
 
-// Returns the last object that the program has been started with.  The loader keeps its objects in
-// the order in which it loaded them: the program, what it was started with, then what was opened.
-// So those of the start end with the last one that any of them needs.
+// Returns the last object that the program was started with.  The loader lists objects in load
+// order: the program, the libraries that it was started with, the libraries that were opened later.
+// So the start ends with the last object that any object of the start needs.
 const link_map *last_of_program_start(const link_map *program) {
   const link_map *last = program;
   for (const link_map *object = program;; object = object->l_next) {
@@ -82,7 +81,7 @@ const link_map *last_of_program_start(const link_map *program) {
   }
 }
 
-// Returns the loaded object that holds an address; NULL in a program without a loader.
+// Returns the loaded object that contains an address, or NULL in a program without a loader.
 const link_map *object_at(const void *address) {
   Dl_info info;
   link_map *object = nullptr;
@@ -90,13 +89,13 @@ const link_map *object_at(const void *address) {
   return object;
 }
 
-// Returns the first of the loaded objects: the program or, in a namespace of its own, a library.
+// Returns the first loaded object: the program or, in a separate namespace, a library.
 const link_map *first_object(const link_map *object) {
   while (object->l_prev != nullptr) object = object->l_prev;
   return object;
 }
 
-// Says whether the loaded object that holds `address` is the program, or a library that it has been
+// Returns whether the object that contains `address` is the program or a library that it was
 // started with.
 bool part_of_program_start(const void *address) {
   const link_map *owner = object_at(address);
@@ -110,7 +109,7 @@ bool part_of_program_start(const void *address) {
 
 void set_handler() { watching = atexit(note_exit) == 0; }
 
-// Sets a handler again if a constructor has set one too early.
+// Sets a second handler if a constructor set the first one too early.
 void set_handler_at_thread_end(void * /*unused*/) { set_handler(); }
 
 __attribute__((constructor)) void watch_from_start() {

@@ -1,11 +1,10 @@
-// The system-message logger: formats a message by its record and gives it to syslog(3), with a copy
-// on standard error.
+// The system-message logger: formats a message and sends it to syslog(3) and standard error.
 //
-// At most ten messages of a kind, those that share a limit record, are raised in ten seconds; the
-// rest are counted and dropped.  How many were dropped is told before the kind's next message, and
-// when the process ends or unloads the logger.  A critical message is always raised, and so is one
-// whose record names no limit.  If the message before a critical one was dropped, it is raised
-// after all: it may be the reason.
+// At most ten messages of a kind are raised in ten seconds; the rest are counted and dropped.
+// Messages with the same limit record are of one kind.  The count is reported before the next
+// message of the kind, at the exit of the process and when the logger is unloaded.  Critical
+// messages, and those without a limit record, are always raised.  If the message before a critical
+// one was dropped, it is raised after all, because it may be the cause.
 
 #include <stdarg.h>
 #include <string.h>
@@ -23,34 +22,35 @@ constexpr int kError = 3;
 constexpr uint32_t kMaxRaised = 10;
 constexpr int64_t kWindow = 10'000'000'000;  // nanoseconds
 
-// What a limit record holds.
+// The content of a limit record.
 struct Limit {
-  uint32_t version;  // 1, as the client has it
-  uint32_t raised;   // messages of the latest window, those left out included
-  int64_t began;     // when that window began, by the monotonic clock
+  uint32_t version;  // 1
+  uint32_t raised;   // messages in the current window, including dropped ones
+  int64_t began;     // start of the window, by the monotonic clock
   int64_t reserved[2];
 };
 static_assert(sizeof(Limit) == sizeof(tty_db_msg_limit_type));
 
-// Guards the limits and what follows.
+// Guards the limit records and the variables below.
 pthread_mutex_t message_lock = PTHREAD_MUTEX_INITIALIZER;
-uint32_t num_untold = 0;  // messages that have been left out, of all kinds, and not told yet
-Line latest;              // the latest message, if it was left out
+uint32_t num_untold = 0;  // dropped messages of all kinds that have not been reported
+Line latest;              // the latest message, if it was dropped
 bool latest_left_out = false;
 
-// syslog(3) has a lock of its own, which a child of fork finds taken if a thread has been inside.
+// syslog(3) has its own lock.  If a thread is inside during a fork, the lock stays held in the
+// child.
 unsigned num_in_syslog = 0;
 bool has_syslog = true;
 
-// Counts a message in.  Returns whether it is raised; then `left_out` is how many of its kind have
-// been left out before, and not been told.
+// Counts a message.  Returns whether to raise it; if so, `left_out` is the number of messages of
+// its kind that were dropped in the window before and must be reported.
 bool within_limit(tty_db_msg_limit_type *record, const Line &line, uint32_t *left_out) {
   timespec time;
   clock_gettime(CLOCK_MONOTONIC, &time);
   const int64_t now = time.tv_sec * int64_t{1'000'000'000} + time.tv_nsec;
 
   const Lock lock(message_lock);
-  Limit limit;  // a copy, since a record may be less aligned
+  Limit limit;  // a copy, because the record may not be aligned
   memcpy(&limit, record, sizeof(limit));
   *left_out = 0;
   if (limit.raised == 0 || now - limit.began >= kWindow) {
@@ -62,7 +62,7 @@ bool within_limit(tty_db_msg_limit_type *record, const Line &line, uint32_t *lef
   memcpy(record, &limit, sizeof(limit));
   latest_left_out = limit.raised > kMaxRaised;
   if (!latest_left_out) {
-    // What is told of may have been left out by a parent process.
+    // The record may count messages that the parent process dropped.
     num_untold -= *left_out < num_untold ? *left_out : num_untold;
     return true;
   }
@@ -92,7 +92,7 @@ void raise(int severity, Line &line) {
 
 void begin_child() {
   if (num_in_syslog != 0) has_syslog = false;
-  num_untold = 0;  // what the parent has left out is not the child's to tell
+  num_untold = 0;  // the parent reports its own
   latest_left_out = false;
 }
 
@@ -112,7 +112,7 @@ __attribute__((destructor)) void tell_untold() {
   raise(kError, line);
 }
 
-// Takes the latest message back in, if it was left out.  Returns whether it was.
+// Moves the latest message to `line` if it was dropped.  Returns whether it was.
 bool take_latest(Line *line) {
   const Lock lock(message_lock);
   if (!latest_left_out) return false;
@@ -138,7 +138,7 @@ int kel_errmsg(const void *record, int severity, ...) {
   if (severity <= kCritical) {
     Line reason;
     const bool has_reason = take_latest(&reason);
-    tell_untold();  // the process may end without its destructors
+    tell_untold();  // the process may end without destructors
     if (has_reason) raise(kError, reason);
   } else if (message->limit != nullptr && !within_limit(message->limit, line, &left_out)) {
     return 0;

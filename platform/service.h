@@ -1,5 +1,5 @@
-// What every service of the stand-in does alike: it leaves its caller undisturbed, and shares what
-// it keeps with other threads and with a child of fork.
+// What the services of the stand-in share: protection of the caller's errno and cancellation state,
+// locking, and fork.
 
 #ifndef TTY_PLATFORM_SERVICE_H
 #define TTY_PLATFORM_SERVICE_H
@@ -7,10 +7,9 @@
 #include <errno.h>
 #include <pthread.h>
 
-// The call of a service.  The library makes it with its locks held, so that the thread must not be
-// cancelled in the midst of it, however much the service opens, writes and waits; errno stays what
-// it was.  The type goes with the state, since a cancellation that is on its way when the state
-// changes may look at the type alone.
+// The scope of a service call.  Preserves errno and disables cancellation, because the library
+// calls services with its locks held.  Sets the cancellation type too: a cancellation that arrives
+// while the state changes may check only the type.
 class ServiceCall {
  public:
   ServiceCall() {
@@ -31,7 +30,7 @@ class ServiceCall {
   int cancel_type_ = PTHREAD_CANCEL_DEFERRED;
 };
 
-// Holds a mutex.  REQUIRES: a ServiceCall around it.
+// Holds a mutex.  REQUIRES: a ServiceCall in an enclosing scope.
 class Lock {
  public:
   explicit Lock(pthread_mutex_t &mutex) : mutex_(mutex) { pthread_mutex_lock(&mutex_); }
@@ -43,8 +42,8 @@ class Lock {
   pthread_mutex_t &mutex_;
 };
 
-// Sees to it that no thread holds `mutex` while the process forks: the child finds it free, and
-// whole what it guards.  `in_child` runs in the child.
+// Holds `mutex` during every fork, so that in the child it is free and its data consistent.  Then
+// calls `in_child` in the child.
 template <pthread_mutex_t &mutex, void (*in_child)()>
 void survive_fork() {
   const auto release = [] { pthread_mutex_unlock(&mutex); };

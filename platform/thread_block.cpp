@@ -1,9 +1,9 @@
-// The records of threads that wait for a mutex.
+// The list of threads that wait for a mutex.
 //
-// Each thread has one record of its own, which is in the list from the announcement of a wait to
-// its withdrawal, or to the thread's end at the latest.  Announcing a wait allocates nothing, but
-// in a process that has 32 thread-specific keys before this one's: there the C library allocates
-// when a thread first sets it.
+// Each thread has one record.  It is in the list while the thread waits, and is removed at the end
+// of the thread at the latest.  Announcing a wait does not allocate, with one exception: if the
+// process created 32 thread-specific keys before this one, the C library allocates the first time
+// that a thread sets it.
 
 #include "tty_thread_block.h"
 
@@ -16,13 +16,13 @@ ptd_mutex_block *ptd_mutex_block_list = nullptr;
 
 namespace {
 
-// In the thread's static storage, so that the first use allocates nothing either.
+// In static thread storage, so that the first use does not allocate.
 __attribute__((tls_model("initial-exec"))) thread_local ptd_mutex_block own_block;
 
 pthread_mutex_t list_lock = PTHREAD_MUTEX_INITIALIZER;  // guards the list
-pthread_key_t thread_end;                               // its destructor runs where a thread ends
+pthread_key_t thread_end;  // its destructor runs at the end of a thread
 
-// Takes a record out of the list, if it is there.  REQUIRES: the lock.
+// Removes a record from the list, if it is there.  REQUIRES: list_lock is held.
 void take_out(const ptd_mutex_block *block) {
   for (ptd_mutex_block **link = &ptd_mutex_block_list; *link != nullptr; link = &(*link)->next) {
     if (*link != block) continue;
@@ -37,7 +37,7 @@ void withdraw(void *block) {
   take_out(static_cast<ptd_mutex_block *>(block));
 }
 
-// The threads that wait are the parent's.
+// In the child of a fork: the waiting threads exist only in the parent.
 void empty_list() { ptd_mutex_block_list = nullptr; }
 
 __attribute__((constructor)) void prepare() {

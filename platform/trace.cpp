@@ -1,12 +1,12 @@
 // The trace facility.
 //
-// Off unless the environment variable TTY_TRACE names the client: "db" turns all its categories on,
-// "db:block+tty" those two, "db:" none; commas separate entries, and those of one client add up.
-// Lines go to standard error, or are appended to the file that TTY_TRACE_FILE names.
+// Tracing is off unless the environment variable TTY_TRACE names the client: "db" turns on all its
+// categories, "db:block+tty" those two, "db:" none.  Commas separate entries; entries of one client
+// add up.  Lines go to standard error, or are appended to the file that TTY_TRACE_FILE names.
 //
-// The file is opened without waiting: a pipe needs its reader by then.  A pipe does not block later
-// either.  A reader that falls behind is waited for once, for some seconds; from then on lines are
-// lost until there is room.  The next line that is written is followed by one that says how many.
+// Opening the file does not wait: a pipe must already have a reader.  A pipe stays non-blocking: if
+// it is full, tracing waits once, for up to five seconds; after that, lines are lost until there is
+// room.  The next line written is followed by one with the number of lost lines.
 
 #include <fcntl.h>
 #include <stdarg.h>
@@ -24,36 +24,36 @@
 
 namespace {
 
-// One allocation: what a client gets, and behind it the categories.
+// One allocation with the client's categories, which follow this record.
 struct Client {
   tty_trace_context context;
-  bool tracing;  // a category is turned on
+  bool tracing;  // at least one category is on
   Client *next;
 };
 
-// Guards what follows.
+// Guards the variables below.
 pthread_mutex_t trace_lock = PTHREAD_MUTEX_INITIALIZER;
 
-// What is the stand-in's to free: a host may bring one of tty_debug_initialize and
-// tty_debug_cleanup alone.
+// The contexts that the stand-in created.  The host may provide only one of tty_debug_initialize()
+// and tty_debug_cleanup().
 Client *clients = nullptr;
 unsigned num_tracing = 0;
 
-// Where the lines go.  One for the process, shared by its clients.
+// The output, shared by all clients.
 struct Output {
   int fd;            // -1: not open yet
-  struct stat file;  // what has been opened, unless it is standard error
+  struct stat file;  // the opened file, unless it is standard error
 } output = {-1, {}};
-unsigned num_lost = 0;  // lines, since the latest that has been written
+unsigned num_lost = 0;  // lines lost since the last one written
 
-// The time zone is asked for under a lock of the C library's, at any time and by any thread: inside
-// syslog(3) too.  A child of a process with several threads may find it taken for ever, and goes on
-// with the offset that its parent had.
-long utc_offset = 0;  // seconds, as last asked for
+// The C library looks up the time zone under a lock of its own, in syslog(3) too.  In a child of a
+// process with several threads that lock may be held forever, so the child keeps using the parent's
+// UTC offset.
+long utc_offset = 0;  // seconds, from the last lookup
 bool several_threads_fork = false;
 bool may_ask_for_zone = true;
 
-// The functions of the zone and of the output REQUIRE the lock.
+// The functions for the time zone and the output REQUIRE that trace_lock is held.
 void ask_for_zone(time_t now) {
   if (!may_ask_for_zone) return;
   tm local;
@@ -67,7 +67,7 @@ void open_output() {
   if (path == nullptr || *path == '\0') return;
   int fd = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0600);
   if (fd >= 0 && fd <= STDERR_FILENO) {
-    // What the program writes to a standard file that it has not got is not for the trace.
+    // A program that has closed a standard file must not write into the trace instead.
     const int low = fd;
     fd = fcntl(low, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
     close(low);
@@ -79,12 +79,12 @@ void open_output() {
     if (fd >= 0) close(fd);
     return;
   }
-  if (!S_ISFIFO(output.file.st_mode)) fcntl(fd, F_SETFL, O_APPEND);  // blocks, as a terminal should
+  if (!S_ISFIFO(output.file.st_mode)) fcntl(fd, F_SETFL, O_APPEND);  // blocks
   output.fd = fd;
 }
 
-// Says whether the file is still open: a process that closes whatever is, as daemons do, may by now
-// have a file of its own in its place.
+// Returns whether the output is still open.  A daemon may have closed all descriptors and reused
+// this one.
 bool has_output() {
   struct stat now;
   return output.fd == STDERR_FILENO ||
@@ -97,7 +97,7 @@ void close_output() {
   output.fd = -1;
 }
 
-// Says how many lines have been lost, behind the first one that is not.
+// Writes the number of lost lines.
 void tell_lost() {
   Line line;
   line.print("%u trace lines have been lost up to here", num_lost);
@@ -108,8 +108,8 @@ bool same_name(const char *text, size_t length, const char *name) {
   return strlen(name) == length && strncmp(text, name, length) == 0;
 }
 
-// Visits what TTY_TRACE says of a client: the names of categories, with their lengths, and NULL
-// where an entry names the client alone.
+// Visits the entries of a client in TTY_TRACE: calls `visit` with the name of each category and its
+// length, and with NULL for an entry without categories.
 template <typename Visit>
 void visit_wanted(const char *client, Visit visit) {
   const char *rest = secure_getenv("TTY_TRACE");
@@ -128,7 +128,7 @@ void visit_wanted(const char *client, Visit visit) {
   }
 }
 
-// Says that a client has no category of a name, at the first mention.
+// Reports an unknown category, the first time that TTY_TRACE names it.
 void complain(const char *unknown, size_t length, const char *client) {
   bool said = false;
   visit_wanted(client, [&](const char *other, size_t other_length) {
@@ -141,7 +141,7 @@ void complain(const char *unknown, size_t length, const char *client) {
   line.report();
 }
 
-// Turns on the categories that are wanted of a client.
+// Turns on the categories of a client that TTY_TRACE names.
 void turn_on_wanted(const char *name, Client *client) {
   visit_wanted(name, [&](const char *wanted, size_t length) {
     bool known = wanted == nullptr;
@@ -156,8 +156,8 @@ void turn_on_wanted(const char *name, Client *client) {
   });
 }
 
-// Appends printf-style text whose arguments are strings and 64-bit words, whatever their directives
-// say.
+// Appends printf-style text.  Every argument but a string is read as a 64-bit word, whatever its
+// directive.
 void put_words(Line &line, const char *format, va_list args) {
   for (const char *rest = format;; ++rest) {
     const size_t plain = strcspn(rest, "%");
@@ -199,16 +199,16 @@ void before_fork() {
 }
 
 void begin_child() {
-  num_lost = 0;  // what has been lost is the parent's
+  num_lost = 0;  // the parent reports its own
   if (several_threads_fork) may_ask_for_zone = false;
 }
 
 __attribute__((constructor)) void prepare() {
   survive_fork<trace_lock, begin_child>();
-  pthread_atfork(before_fork, nullptr, nullptr);  // runs first, and so can take the lock
+  pthread_atfork(before_fork, nullptr, nullptr);  // set last, runs first: the lock is free
 }
 
-// A host's own tty_debug_cleanup leaves the file open.
+// Closes the file if tty_debug_cleanup() is the host's.
 __attribute__((destructor)) void unprepare() {
   if (tty_is_unloaded(&output)) close_output();
 }
