@@ -1,5 +1,5 @@
-// A set of the numbers below `N`, as a bitmap in two levels: a search skips 4,096 numbers at a time
-// where none is a member.  All zeros is the empty set.
+// A set of numbers below `N`: a bitmap with two levels.  A search skips empty stretches of 4,096
+// numbers at a time.  All zeros is the empty set.
 
 #ifndef TTY_DB_DB_BITMAP_H
 #define TTY_DB_DB_BITMAP_H
@@ -30,7 +30,7 @@ class tty_db_bitmap {
     return word < kWords ? word * 64 + lowest(words_[word]) : N;
   }
 
-  // Returns the last member below `bound`, which is at most N, or N if there is none.
+  // Returns the last member below `bound`, or N if there is none.  REQUIRES: bound <= N.
   uint32_t last_below(uint32_t bound) const {
     uint32_t word = bound / 64;
     uint64_t rest = words_[word] & (bit(bound) - 1);
@@ -43,7 +43,7 @@ class tty_db_bitmap {
   }
 
  private:
-  // Enough that N itself, which bounds a search, has a word, and kWords a group.
+  // One more than members need, so that the bounds N and kWords have a word and a group.
   static constexpr uint32_t kWords = N / 64 + 1;
   static constexpr uint32_t kGroups = kWords / 64 + 1;
 
@@ -53,8 +53,8 @@ class tty_db_bitmap {
     return 63 - static_cast<uint32_t>(__builtin_clzll(bits));
   }
 
-  // Return the first word from `from` on that is not 0, the last such word below `bound`, or
-  // kWords if there is none.
+  // Return the first nonzero word from `from` on, or the last one below `bound`; kWords if there is
+  // none.
   uint32_t first_word_from(uint32_t from) const {
     uint32_t group = from / 64;
     uint64_t rest = groups_[group] & ~(bit(from) - 1);
@@ -75,7 +75,7 @@ class tty_db_bitmap {
   }
 
   uint64_t words_[kWords];
-  uint64_t groups_[kGroups];  // the words that are not 0
+  uint64_t groups_[kGroups];  // a bit for each nonzero word
 };
 
 #endif  // TTY_DB_DB_BITMAP_H

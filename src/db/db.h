@@ -1,8 +1,8 @@
 // The database record.
 //
-// Invariants: num_blocks is the number of blocks on the six lists, num_ttys the number of
-// registered lines, and both are 0 when the record is freed.  `options` and `index` never change;
-// the rest, and what the index holds, changes only under the write lock.
+// Invariants: num_blocks is the number of blocks in the six lists, num_ttys the number of
+// registered lines; both are 0 when the record is freed.  `options` and `index` never change; the
+// rest and the content of the index change only under the write lock.
 
 #ifndef TTY_DB_DB_DB_H
 #define TTY_DB_DB_DB_H

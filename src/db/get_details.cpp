@@ -1,4 +1,4 @@
-// What a database holds, in numbers.
+// The counts of a database.
 
 #include "db/lock.h"
 

@@ -1,5 +1,5 @@
-// The memory of an index: a mapping of its own, since the heap would hand out memory that has been
-// in use before, and clear all of it.
+// The memory of an index: a separate mapping, because calloc would clear all of a reused heap
+// block.
 
 #include "db/index.h"
 
@@ -9,7 +9,7 @@ tty_db_index_type *tty_db_map_index() {
   void *memory = mmap(nullptr, sizeof(tty_db_index_type), PROT_READ | PROT_WRITE,
                       MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (memory == MAP_FAILED) return nullptr;
-  // A huge page would bring in all that lies around one line.  Fails only if there are none.
+  // One line must not bring in a huge page.  The call fails only if the kernel has no huge pages.
   madvise(memory, sizeof(tty_db_index_type), MADV_NOHUGEPAGE);
   return static_cast<tty_db_index_type *>(memory);
 }

@@ -1,6 +1,6 @@
-// A database from its creation to its destruction.
+// Creation and destruction of a database.
 //
-// Destruction is a call against the order of the folders: src/block builds on src/db.
+// Destruction calls src/block, against the order of the folders.
 
 #include <stdlib.h>
 #include <string.h>
@@ -11,7 +11,7 @@ namespace {
 
 constexpr tty_db_trace_category kTrace = TTY_DB_TRACE_GLOBAL;
 
-// Allocates a record with an empty index.  Returns NULL if there is no memory for both.
+// Allocates a record with an empty index.  Returns NULL on failure.
 tty_db_type *allocate_record() TTY_DB_UNCHECKED {
   auto *db = static_cast<tty_db_type *>(calloc(1, sizeof(tty_db_type)));
   if (db == nullptr) return nullptr;
@@ -21,8 +21,8 @@ tty_db_type *allocate_record() TTY_DB_UNCHECKED {
   return nullptr;
 }
 
-// Allocates a database and creates its lock.  Sets `*db` to what has been made, also on failure,
-// for clean-up without a lock.  Returns 0, TTY_DB_ERR_NO_MEMORY or TTY_DB_ERR_LOCK_INIT.
+// Allocates a database and creates its lock.  On failure `*db` is the record without a lock, or
+// NULL, for tty_db_cleanup.  Returns 0, TTY_DB_ERR_NO_MEMORY or TTY_DB_ERR_LOCK_INIT.
 uint32_t make_database(tty_db_speaker op, uint32_t options, tty_db_type **db) {
   TTY_DB_SAY("Allocating DB's global structure");
   tty_db_type *made = allocate_record();
@@ -42,7 +42,7 @@ uint32_t make_database(tty_db_speaker op, uint32_t options, tty_db_type **db) {
   return 0;
 }
 
-// Releases all blocks, category by category, from the head of each list.
+// Releases all blocks.
 void release_blocks(tty_db_speaker op, tty_db_type *db_h) TTY_DB_REQUIRES_WRITE(db_h) {
   for (uint32_t category = TTY_CATEGORY_MIN; category <= TTY_CATEGORY_MAX; ++category) {
     TTY_DB_SAY("Looking at category %lu", category);
@@ -50,13 +50,13 @@ void release_blocks(tty_db_speaker op, tty_db_type *db_h) TTY_DB_REQUIRES_WRITE(
     while (tty_db_block_type *block = *head) {
       TTY_DB_SAY("Destroying block %X", block);
       tty_db_block_release_internal(db_h, block);
-      if (*head == block) break;  // not where its list should hold it, and reported
+      if (*head == block) break;  // the block was not in its list, as reported
     }
   }
 }
 
-// Frees a database record, and its lock where that has been created.  The record is empty, and no
-// thread holds the lock: nobody else knows of the record.
+// Frees a database record, or nothing for NULL, and destroys its lock if there is one.  REQUIRES:
+// no other thread uses the record; no lock is held.
 void tty_db_cleanup(tty_db_type *db_h, bool rwlock_initialized) TTY_DB_UNCHECKED {
   const tty_db_speaker op(kTrace);
   TTY_DB_ENTER("DB=%X: rwlock_initialized=%d", db_h, rwlock_initialized);

@@ -1,11 +1,11 @@
-// Taking the database lock for writing.
+// The write lock of a database.
 
 #include "db/lock.h"
 
 #include <time.h>
 #include <unistd.h>
 
-#undef NDEBUG  // the assertion below is part of every build type
+#undef NDEBUG  // the assertion below is in every build type
 #include <assert.h>
 
 static_assert(sizeof(time_t) == 8, "the clock is read after 2038, too");
@@ -14,8 +14,8 @@ int tty_db_rwlock_trywrlock(pthread_rwlock_t *rwlock) {
   const int error = pthread_rwlock_trywrlock(rwlock);
   if (error != EBUSY) return error;
 
-  // The try does not tell a lock that the calling thread holds from one that another holds; the
-  // timed call does, and with a deadline that has passed it does not wait either.
+  // EBUSY does not say whether the calling thread holds the lock.  The timed call does; its
+  // deadline has passed, so it does not wait.
   timespec now;
   const int retval = clock_gettime(CLOCK_REALTIME, &now);
   assert(retval == 0);
@@ -37,7 +37,7 @@ int64_t monotonic_usec() {
   return int64_t{now.tv_sec} * 1000000 + now.tv_nsec / 1000;
 }
 
-// A writer's pause.  Neither a signal nor a cancellation of the thread ends it early.
+// The pause of a writer.  Neither a signal nor a cancellation ends it early.
 [[gnu::cold, gnu::noinline]] void pause_before_retry() {
   int cancel_state;
   pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancel_state);

@@ -1,8 +1,8 @@
 // The database lock.
 //
-// Public operations hold it, for reading without a bound on the wait, for writing after a bounded
-// number of tries that never wait inside a lock call.  Internal routines never take it: they assert
-// that the calling thread holds it for writing.  An entry's lock is only ever taken inside it.
+// Public operations take it, as tty_db.h describes.  A writer never waits inside a lock call.
+// Internal routines never take it: they assert that the calling thread holds the write lock.  An
+// entry lock is only taken while the database lock is held.
 
 #ifndef TTY_DB_DB_LOCK_H
 #define TTY_DB_DB_LOCK_H
@@ -16,17 +16,15 @@
 constexpr int TTY_DB_WRITELOCK_ATTEMPTS = 10;
 constexpr unsigned TTY_DB_WRITELOCK_RETRY_USEC = 20000;
 
-// Tries for the write lock, without waiting.  Returns 0 when the calling thread holds it now, EBUSY
-// when another thread holds it, EDEADLK when the calling thread held it for writing already, or
-// another error number.
+// Tries to take the write lock, without waiting.  Returns 0 on success, EBUSY if another thread
+// holds the lock, EDEADLK if the calling thread already holds the write lock, or another error
+// number.
 int tty_db_rwlock_trywrlock(pthread_rwlock_t *rwlock);
 
-// Tries for the write lock until it has been busy TTY_DB_WRITELOCK_ATTEMPTS times.
-// Returns 0 or TTY_DB_ERR_LOCK_FAILED; for a NULL handle TTY_DB_ERR_INVALID_ARG.
+// Takes the write lock.  Returns 0, TTY_DB_ERR_LOCK_FAILED, or TTY_DB_ERR_INVALID_ARG for NULL.
 uint32_t tty_db_writelock(tty_db_speaker caller, tty_db_type *db);
 
-// Takes the read lock.  Returns 0 or TTY_DB_ERR_LOCK_FAILED; for a NULL handle
-// TTY_DB_ERR_INVALID_ARG.
+// Takes the read lock.  Returns 0, TTY_DB_ERR_LOCK_FAILED, or TTY_DB_ERR_INVALID_ARG for NULL.
 inline uint32_t tty_db_readlock(tty_db_speaker caller, tty_db_type *db) {
   const tty_db_speaker op(caller.category);
   if (!TTY_DB_ASSERT(db != NULL)) return TTY_DB_ERR_INVALID_ARG;
@@ -39,7 +37,7 @@ inline uint32_t tty_db_readlock(tty_db_speaker caller, tty_db_type *db) {
   return 0;
 }
 
-// Releases the lock, whichever way it was taken, or ends the process.
+// Releases the read or write lock, or ends the process.
 inline void tty_db_unlock(tty_db_speaker caller, tty_db_type *db) {
   const tty_db_speaker op(caller.category);
   if (!TTY_DB_ASSERT(db != NULL)) return;
@@ -48,17 +46,17 @@ inline void tty_db_unlock(tty_db_speaker caller, tty_db_type *db) {
   if (__builtin_expect(error != 0, 0)) tty_db_fatal_error(op, "Release DB read/write lock", error);
 }
 
-// The two ways to take the lock.
+// Selects the lock that tty_db_lock takes.
 constexpr struct tty_db_read_way {
 } TTY_DB_READ;
 constexpr struct tty_db_write_way {
 } TTY_DB_WRITE;
 
-// An operation's hold of the lock, up to the end of the scope:
+// Holds the database lock until the end of the scope:
 //
 //   if (const tty_db_lock lock{op, db_h, TTY_DB_READ}) { ... }
 //
-// The lock is taken only if nothing has failed so far, and a failure to take it becomes the result.
+// Takes the lock only if no step has failed so far.  A failure to take it becomes the result.
 class TTY_DB_SCOPED_LOCK tty_db_lock {
  public:
   tty_db_lock(tty_db_operation &op, tty_db_type *db, tty_db_read_way /*way*/)
@@ -85,11 +83,11 @@ class TTY_DB_SCOPED_LOCK tty_db_lock {
   const bool held_;
 };
 
-// Returns whether the calling thread holds the write lock.  Leaves the lock as it was.
+// Returns whether the calling thread holds the write lock.
 bool tty_db_is_writelocked(tty_db_type *db) TTY_DB_ASSERTS_WRITE(db);
 
-// Asserts that the argument names a database whose write lock the calling thread holds.  Yields
-// whether it names a database.
+// Asserts that `db` is not NULL and that the calling thread holds its write lock.  Yields whether
+// `db` is not NULL.
 #define TTY_DB_ASSERT_WRITELOCKED(db)                 \
   tty_db_assert_writelocked(op, (db), #db " != NULL", \
                             "pthread_rwlock_trywrlock(&" #db "->rwlock) == EDEADLK", __LINE__)
@@ -101,7 +99,7 @@ inline bool tty_db_assert_writelocked(tty_db_speaker op, tty_db_type *db, const 
   return true;
 }
 
-// Tells the compiler of the lock that the caller of an exported look-up promises to hold.
+// Tells the compiler that the caller of an exported lookup holds the database lock.
 inline void tty_db_trust_locked([[maybe_unused]] const tty_db_type *db) TTY_DB_ASSERTS_READ(db) {}
 
 #endif  // TTY_DB_DB_LOCK_H

@@ -1,7 +1,7 @@
-// The load and unload hooks, and the library-wide trace state that they write.
+// The load and unload hooks, and the trace state that they set.
 //
-// NO_DLLMAIN in the environment (any value) suppresses both hooks: the process then runs without
-// tracing and without texts for the result codes.
+// The environment variable NO_DLLMAIN (any value) disables both hooks: the process then has no
+// tracing and no texts for the result codes.
 
 #include <stdlib.h>
 
@@ -13,7 +13,7 @@ uintptr_t tty_db_trace_enabled = 0;
 uintptr_t tty_db_trace_reg[2] = {0, 0};
 
 extern "C" {
-// Written by the hooks, read by nobody: its address tells that the library is in the process.
+// Its presence shows that the library is loaded; the value is not used.
 TTY_DB_API int32_t dummy_unused_var = 0;
 }
 
@@ -23,7 +23,7 @@ const char *const tty_db_trace_name = "db";
 const char *const tty_db_trace_categories[] = {"global", "block",     "tty",
                                                "item",   "iteration", nullptr};
 
-// What the hooks are run for.  Threads come and go without a hook of the library's.
+// Why vu_dllmain is called.  The library has no hooks for threads.
 enum : int32_t { kLoad = 0, kUnload = 1, kThreadStart = 2, kThreadEnd = 3 };
 
 int32_t vu_dllmain(void * /*handle*/, int32_t reason, void * /*reserved*/) {

@@ -1,5 +1,4 @@
-// The message records and the reports that raise them.  The records are writable: they are the
-// logger's to use.
+// The message records, which the logger may write, and the reports that raise them.
 
 #include "frame/messages.h"
 
@@ -7,7 +6,7 @@
 #include <stdlib.h>
 #include <string.h>
 
-// The layout that loggers know, for pointers of either size.
+// The layout that the logger expects, on 32-bit and 64-bit machines.
 constexpr size_t kPointer = sizeof(void *);
 static_assert(sizeof(tty_db_msg_limit_type) == 32);
 static_assert(offsetof(tty_db_msg_rec_type, mnemonic) == 5 * kPointer);

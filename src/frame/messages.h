@@ -1,5 +1,4 @@
-// System messages: failed calls on locks, and the end of the process when a lock cannot be
-// released.
+// System messages for failed calls on locks, and the fatal error.
 
 #ifndef TTY_DB_FRAME_MESSAGES_H
 #define TTY_DB_FRAME_MESSAGES_H
@@ -21,16 +20,15 @@ extern TTY_DB_API tty_db_msg_limit_type kel_msg_limit_tty_db_lock_busy;
 extern TTY_DB_API tty_db_msg_limit_type kel_msg_limit_tty_db_kernel_error;
 }
 
-// Reports that an `operation` on a lock failed with an error number: a trace line and a
-// KERNEL_ERROR message.
+// Reports a failed lock operation: traces a line and raises KERNEL_ERROR.
 [[gnu::cold]] void tty_db_report_kernel_error(tty_db_speaker op, const char *operation, int error,
                                               int line = __builtin_LINE());
 
-// Reports as above, raises PANIC and ends the process.
+// Reports the same, raises PANIC and aborts.
 [[noreturn, gnu::cold]] void tty_db_fatal_error(tty_db_speaker op, const char *operation, int error,
                                                 int line = __builtin_LINE());
 
-// Traces that a call failed whose failure is reported nowhere else: the destruction of a lock.
+// Traces a failed call that is not reported: the destruction of a lock.
 [[gnu::cold]] void tty_db_trace_failed_call(tty_db_speaker op, const char *call, int error,
                                             int line = __builtin_LINE());
 

@@ -1,4 +1,4 @@
-// The exit lines of routines with a result.
+// The exit lines of operations.
 
 #include "frame/operation.h"
 

@@ -1,37 +1,36 @@
-// Who speaks, and with what result: the two values that a routine carries from its first line to
-// its last.
+// Tracing, checks and the result of a routine.
 //
-// Every routine makes one of them, named `op`: a tty_db_operation where it has a result, else a
-// tty_db_speaker.  The macros below take it from the scope.  A helper that speaks in a routine's
-// name gets the speaker by value, as `op` too, so that steps move between the two without a change
-// in what is traced.  Each file names its category once, as kTrace.
+// Every routine declares one variable named `op`: a tty_db_operation if it returns a result, else a
+// tty_db_speaker.  The macros below use it.  A helper that traces in the name of a routine takes
+// the speaker by value, also as `op`: steps can move between the two without a change in the trace.
+// Each file defines its trace category as kTrace.
 //
-// A routine checks in three ways:
+// A routine checks conditions in three ways:
 //
-//   word            what                                  if it does not hold
+//   macro           checks                                if the condition is false
 //   TTY_DB_REQUIRE  an argument of a public operation     traces a line, TTY_DB_ERR_INVALID_ARG
 //   TTY_DB_ASSERT   an invariant of the library           reports it, and yields false
-//   TTY_DB_NEED     what an internal routine relies on    reports it, TTY_DB_ERR_INVALID_ARG
+//   TTY_DB_NEED     a precondition of an internal routine reports it, TTY_DB_ERR_INVALID_ARG
 //
-// Assertions (the last two) are in every build type, and evaluate their expression exactly once.
-// The report may return.  Then a routine goes on, unless it would touch memory that the assertion
-// has just shown to be wrong.  The expressions say NULL, since their texts are what is reported.
+// Assertions (the last two) are in every build type and evaluate their expression exactly once.
+// The report may return.  Then the routine continues, unless it would use memory that the assertion
+// has shown to be wrong.  The expressions use NULL because their text is reported.
 //
-// A helper that several files share takes its caller's line of the source, and hands it to the
-// words that end in _AT: a line and its routine are of one file.
+// A helper that several files share takes the source line of its caller and passes it to the macros
+// that end in _AT, so that a traced line and routine are from the same file.
 
 #ifndef TTY_DB_FRAME_OPERATION_H
 #define TTY_DB_FRAME_OPERATION_H
 
 #include "frame/trace.h"
 
-// A routine, by its name, and the category that its lines go to.
+// The name and the trace category of a routine.
 struct tty_db_speaker {
   explicit tty_db_speaker(tty_db_trace_category in_category,
                           const char *name = __builtin_FUNCTION())
       : category(in_category), routine(name) {}
 
-  // The exit line of a routine without a result.
+  // Traces the exit line of a routine without a result.
   void exit(int line = __builtin_LINE()) const {
     TTY_DB_TRACE_IF_AT(category, TTY_DB_TRACE_EXIT, routine, line, "Exiting ..");
   }
@@ -40,10 +39,10 @@ struct tty_db_speaker {
   const char *routine;
 };
 
-// Writes the exit line of a routine with a result.  REQUIRES: the gate of the category is open.
+// Traces the exit line of a routine with a result.  REQUIRES: tracing is on for the category.
 [[gnu::cold]] void tty_db_trace_result(tty_db_speaker op, int line, uint32_t rc);
 
-// A routine with a result: 0 as long as no step has failed.
+// A routine with a result, which is 0 until a step fails.
 struct tty_db_operation : tty_db_speaker {
   explicit tty_db_operation(tty_db_trace_category in_category,
                             const char *name = __builtin_FUNCTION())
@@ -51,7 +50,7 @@ struct tty_db_operation : tty_db_speaker {
 
   bool ok() const { return rc == 0; }
 
-  // Traces the exit line.  Returns the result that it tells.
+  // Traces the exit line and returns the result.
   [[nodiscard]] uint32_t exit(int line = __builtin_LINE()) const {
     if (tty_db_trace_on(category)) tty_db_trace_result(*this, line, rc);
     return rc;
@@ -60,7 +59,7 @@ struct tty_db_operation : tty_db_speaker {
   uint32_t rc = 0;
 };
 
-// Traces the first line of a routine: TTY_DB_ENTER("DB=%X: block=%X", db_h, block_h).
+// Traces the entry line of a routine: TTY_DB_ENTER("DB=%X: block=%X", db_h, block_h).
 #define TTY_DB_ENTER(...) \
   TTY_DB_TRACE_IF(op.category, TTY_DB_TRACE_ENTRY, op.routine, "Entering .." __VA_ARGS__)
 
@@ -69,8 +68,8 @@ struct tty_db_operation : tty_db_speaker {
 #define TTY_DB_SAY_AT(line, ...) \
   TTY_DB_TRACE_IF_AT(op.category, TTY_DB_TRACE_LINE, op.routine, line, __VA_ARGS__)
 
-// Checks an argument of a public operation: TTY_DB_REQUIRE(condition, format, arguments...) traces
-// the line and makes the result TTY_DB_ERR_INVALID_ARG if the condition does not hold.
+// Checks an argument of a public operation: TTY_DB_REQUIRE(condition, format, arguments...).  If
+// the condition is false, traces the line and sets the result to TTY_DB_ERR_INVALID_ARG.
 #define TTY_DB_REQUIRE(condition, ...) TTY_DB_REQUIRE_AT(__LINE__, condition, __VA_ARGS__)
 #define TTY_DB_REQUIRE_AT(line, condition, ...) \
   do {                                          \
@@ -80,10 +79,10 @@ struct tty_db_operation : tty_db_speaker {
     }                                           \
   } while (false)
 
-// Asserts an expression, and yields whether it holds.
+// Asserts an expression and yields its value.
 #define TTY_DB_ASSERT(expression) TTY_DB_ASSERT_TEXT((expression), #expression)
 
-// The same, for a condition that is reported under another text.
+// Asserts a condition that is reported with another text.
 #define TTY_DB_ASSERT_TEXT(condition, text) tty_db_assert(op, (condition), text, __LINE__)
 
 inline bool tty_db_assert(tty_db_speaker op, bool condition, const char *text, int line) {
@@ -96,7 +95,7 @@ inline bool tty_db_assert(tty_db_speaker op, bool condition, const char *text, i
   return condition;
 }
 
-// Asserts what an internal routine relies on: if it does not hold, the result is
+// Asserts a precondition of an internal routine.  If it is false, sets the result to
 // TTY_DB_ERR_INVALID_ARG.
 #define TTY_DB_NEED(expression) tty_db_need(op, TTY_DB_ASSERT_TEXT((expression), #expression))
 

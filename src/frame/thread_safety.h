@@ -1,9 +1,8 @@
-// Who has to hold a database's lock, in terms that clang checks (-Wthread-safety); other compilers
-// see nothing of it.
+// Annotations for clang's thread-safety analysis (-Wthread-safety); other compilers ignore them.
 //
-// The capability is the database itself: TTY_DB_REQUIRES_WRITE(db) of a function means that the
-// calling thread holds the lock of `db` for writing.  Entries are handed from one call to the next,
-// which cannot be expressed.
+// The capability is the database: TTY_DB_REQUIRES_WRITE(db) means that the calling thread must hold
+// the write lock of `db`.  Entry locks are held from one call to the next, which the annotations
+// cannot express.
 
 #ifndef TTY_DB_FRAME_THREAD_SAFETY_H
 #define TTY_DB_FRAME_THREAD_SAFETY_H

@@ -1,12 +1,12 @@
-// The trace point: its gate, and the lines behind it.
+// Trace points.
 //
-// While the gate is closed, a trace point costs one load and one branch: nothing of its line is
-// evaluated.  What it reads, it reads without a lock:
+// While tracing is off, a trace point costs one load and one branch; its arguments are not
+// evaluated.  It reads two kinds of data without a lock:
 //
-// - The switch and the context are written by the load and unload hooks only (see load.cpp).  The
-//   loader runs them before any thread can call the library, and after the last call has returned.
-// - The host may change a category's `enabled` at any time.  That is one word, read atomically, and
-//   nothing else is ordered by it.
+// - tty_db_trace_enabled and tty_db_trace_ctx, which only the load and unload hooks write.  The
+//   loader runs them before any call of the library and after the last one.
+// - The `enabled` word of a category, which the host may change at any time.  It is read atomically
+//   and orders nothing else.
 
 #ifndef TTY_DB_FRAME_TRACE_H
 #define TTY_DB_FRAME_TRACE_H
@@ -19,7 +19,7 @@
 #include "tty_db.h"
 #include "tty_platform.h"
 
-// The trace categories, in the order in which the load hook names them.
+// The trace categories, in the order of tty_db_trace_categories.
 enum tty_db_trace_category : uint32_t {
   TTY_DB_TRACE_GLOBAL,
   TTY_DB_TRACE_BLOCK,
@@ -30,16 +30,16 @@ enum tty_db_trace_category : uint32_t {
 
 enum tty_db_trace_kind : int {
   TTY_DB_TRACE_LINE = 0,   // a line inside a routine
-  TTY_DB_TRACE_ENTRY = 1,  // a routine's first line
-  TTY_DB_TRACE_EXIT = 2,   // a routine's last line
+  TTY_DB_TRACE_ENTRY = 1,  // the first line of a routine
+  TTY_DB_TRACE_EXIT = 2,   // the last line of a routine
 };
 
 extern tty_trace_context *tty_db_trace_ctx;
 extern uintptr_t tty_db_trace_enabled;
 extern uintptr_t tty_db_trace_reg[2];
 
-// Says whether any line at all may be wanted: if not, a walk need not stop where it would trace
-// one.  TTY_DB_NO_TRACE_POINTS leaves the trace points out, to measure what they cost.
+// Returns whether tracing is on.  If not, an index lookup can replace a traced walk.
+// TTY_DB_NO_TRACE_POINTS removes the trace points, to measure their cost.
 inline bool tty_db_tracing() {
 #ifdef TTY_DB_NO_TRACE_POINTS
   return false;
@@ -48,13 +48,13 @@ inline bool tty_db_tracing() {
 #endif
 }
 
-// The trace gate: says whether lines of a category are wanted.
+// Returns whether tracing is on for a category.
 inline bool tty_db_trace_on(tty_db_trace_category category) {
   return tty_db_tracing() && tty_db_trace_ctx != nullptr &&
          __atomic_load_n(&tty_db_trace_ctx->categories[category].enabled, __ATOMIC_RELAXED) != 0;
 }
 
-// What the trace facility reads: a string as a pointer, everything else as a 64-bit word.
+// Converts an argument for the trace facility: a string to a pointer, all else to a 64-bit word.
 template <typename T>
 auto tty_db_trace_word(T value) {
   if constexpr (std::is_same_v<T, const char *> || std::is_same_v<T, char *>) {
@@ -68,7 +68,7 @@ auto tty_db_trace_word(T value) {
   }
 }
 
-// The directives that print an argument of a type: x stands for d, lu and x too.
+// The directives that print an argument of a type; x stands for d, lu and x.
 template <typename T>
 constexpr const char *tty_db_trace_directives() {
   if (std::is_integral_v<T>) return "xX";
@@ -76,14 +76,14 @@ constexpr const char *tty_db_trace_directives() {
   return std::is_pointer_v<T> ? "X" : "";
 }
 
-// The types of a trace line's arguments; for unevaluated operands.
+// The argument types of a trace line, for unevaluated operands.
 template <typename... Args>
 struct tty_db_trace_types {};
 template <typename... Args>
 tty_db_trace_types<std::decay_t<Args>...> tty_db_trace_types_of(const char *format,
                                                                 const Args &...args);
 
-// Says whether a format has one directive for each argument, of the argument's kind.
+// Returns whether a format has one directive for each argument, and of its type.
 template <typename... Args>
 constexpr bool tty_db_trace_fits(const char *format, tty_db_trace_types<Args...> /*types*/) {
   const char *const directives[] = {tty_db_trace_directives<Args>()..., ""};
@@ -101,7 +101,7 @@ constexpr bool tty_db_trace_fits(const char *format, tty_db_trace_types<Args...>
   return count == sizeof...(Args);
 }
 
-// Emits a line.  REQUIRES: the gate of the category is open.
+// Traces a line.  REQUIRES: tracing is on for the category.
 template <typename... Args>
 [[gnu::cold, gnu::noinline]] void tty_db_trace_line(tty_db_trace_category category,
                                                     tty_db_trace_kind kind, const char *routine,
@@ -111,12 +111,12 @@ template <typename... Args>
 }
 
 // The trace point: TTY_DB_TRACE_IF(category, kind, routine, format, arguments...).  A macro, so
-// that the arguments are evaluated only behind an open gate, and the format is checked against them
-// while it is compiled.
+// that the arguments are evaluated only while tracing is on, and the format is checked at compile
+// time.
 #define TTY_DB_TRACE_IF(category, kind, routine, ...) \
   TTY_DB_TRACE_IF_AT(category, kind, routine, __LINE__, __VA_ARGS__)
 
-// The same, for a line of the source that the caller names.
+// The same, with an explicit source line.
 #define TTY_DB_TRACE_IF_AT(category, kind, routine, line, ...)       \
   do {                                                               \
     TTY_DB_CHECK_FORMAT(__VA_ARGS__);                                \
@@ -131,7 +131,7 @@ template <typename... Args>
                 "the directives of the format do not fit its arguments")
 #define TTY_DB_FORMAT_OF(format, ...) format
 
-// What a format prints of a string that may be NULL.
+// Makes a string that may be NULL printable.
 inline const char *tty_db_trace_string(const char *text) {
   return text != nullptr ? text : "<NULL>";
 }
