@@ -1,8 +1,8 @@
 /**
  * @file
  * The C++17 interface to the registry of terminal lines: owning handles, typed entries and items,
- * and ranges of lines.  Header only.  It calls the operations of tty_db.h, where their locks,
- * waits and results are described.
+ * and ranges of lines.  Header only.  It calls the operations of tty_db.h, which describes their
+ * locks, waits and results.
  *
  *     struct port { tty_db_tty_type tty; unsigned baud; };
  *

@@ -16,8 +16,8 @@ static_assert(sizeof(off_t) == 8, "files grow larger than 2 GiB");
 
 namespace {
 
-// In a process that was started without standard error, descriptor 2 is later some other file:
-// no lines are written there.
+// In a process that was started without standard error, descriptor 2 is later some other file: no
+// lines are written there.
 bool has_standard_error = true;
 
 __attribute__((constructor)) void look_for_standard_error() {

@@ -1,8 +1,8 @@
 // The loader query: does an unload run a library's destructor, or the exit of the process?
 //
 // An exit handler can tell if it runs before the destructors of the libraries.  A handler that is
-// set while the program runs does.  One that a constructor sets at program start runs too late.
-// But the program and the libraries that it was started with are never unloaded, so the handler is
+// set while the program runs does.  One that a constructor sets at program start runs too late. But
+// the program and the libraries that it was started with are never unloaded, so the handler is
 // needed only for libraries opened later.
 //
 // The host may provide any of the services, so the handler must be set even if no service is

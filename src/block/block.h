@@ -1,12 +1,12 @@
-// The block record and the lists that hold blocks.
+// The block record and the block lists.
 //
-// Each category of a database has one singly linked list of blocks.  Its blocks never overlap and
-// are in strictly ascending order of first_tty; a block is in exactly one list, the one of its
-// category, or on its way into one, between two places, or out for its end, in none.  A list is
-// searched and changed through links: a link is the list's head or a block's next_block.
+// Each category of a database has a singly linked list of blocks, which never overlap and are
+// sorted by first_tty.  A block is in the list of its category, except while it is reserved,
+// resized or released: then it is in no list.  A link is the head of a list or the next_block of a
+// block.
 //
-// Invariants of a block in a list: it has its slots, num_registered of them are not NULL, and the
-// index has the same entries at its ids.
+// Invariants of a block in a list: its slots are allocated, num_registered of them are not NULL,
+// and the index has the same entries at its ids.
 
 #ifndef TTY_DB_BLOCK_BLOCK_H
 #define TTY_DB_BLOCK_BLOCK_H
@@ -15,19 +15,19 @@
 #include "frame/operation.h"
 
 struct tty_db_block_type {
-  tty_db_block_type *next_block;      // NULL too while the block is in no list
-  tty_db_block_details_type details;  // what callers see
-  tty_db_tty_type **ttys;             // at least `capacity` slots; NULL: not registered
+  tty_db_block_type *next_block;      // NULL while the block is in no list
+  tty_db_block_details_type details;  // copied to callers
+  tty_db_tty_type **ttys;             // at least `capacity` slots; NULL in an empty slot
 };
 
-// The last id of a range that begins at an id.  In 64 bits, so that the sum cannot wrap.
+// Returns the last id of a range.  64 bits, so that the sum cannot wrap.
 inline uint64_t tty_db_last_id(uint32_t first_tty, uint32_t num_ttys) {
   return uint64_t{first_tty} + num_ttys - 1;
 }
 
-// The checks below are made by several operations, each under its own name and line.
+// The checks below trace the name and the source line of the operation that calls them.
 
-// Checks, for a public operation, that a block may have a range of ids.
+// Checks a range of ids, for a public operation.
 inline void tty_db_require_range(tty_db_operation &op, uint32_t first_tty, uint32_t num_ttys,
                                  int line = __builtin_LINE()) {
   TTY_DB_REQUIRE_AT(line, num_ttys > 0 && tty_db_last_id(first_tty, num_ttys) <= TTY_PORT_MAX,
@@ -35,7 +35,7 @@ inline void tty_db_require_range(tty_db_operation &op, uint32_t first_tty, uint3
 }
 
 // Asserts the same, for an internal routine: a block with an id above TTY_PORT_MAX could not be
-// found in its list again.
+// found again.
 inline void tty_db_need_range(tty_db_operation &op, uint32_t first_tty, uint32_t num_ttys,
                               int line = __builtin_LINE()) {
   const bool ends_in_time = tty_db_last_id(first_tty, num_ttys) <= TTY_PORT_MAX;
@@ -44,22 +44,22 @@ inline void tty_db_need_range(tty_db_operation &op, uint32_t first_tty, uint32_t
   tty_db_need(op, tty_db_assert(op, num_ttys > 0, "num_ttys > 0", line));
 }
 
-// Checks the arguments that name a block of a database.
+// Checks that a database and a block are not NULL.
 inline void tty_db_require_block(tty_db_operation &op, const tty_db_type *db_h, const void *block_h,
                                  int line = __builtin_LINE()) {
   TTY_DB_REQUIRE_AT(line, db_h != nullptr, "NULL DB handle");
   TTY_DB_REQUIRE_AT(line, block_h != nullptr, "NULL Block handle");
 }
 
-// Checks the options of a public operation that may give up registered lines.
+// Checks the options of release and resize.
 inline void tty_db_require_block_options(tty_db_operation &op, uint32_t options,
                                          int line = __builtin_LINE()) {
   TTY_DB_REQUIRE_AT(line, (options & ~TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG) == 0,
                     "Invalid block options 0x%x", options);
 }
 
-// Checks, if the arguments are good, that the caller manages the blocks of the database.  Needs no
-// lock: a database's options never change.
+// If all arguments are valid, checks that the database has manual block management.  Needs no lock:
+// the options never change.
 inline void tty_db_require_manual_blocks(tty_db_operation &op, const tty_db_type *db_h,
                                          int line = __builtin_LINE()) {
   if (!op.ok() || (db_h->options & TTY_DB_OPT_AUTO_BLOCKS) == 0) return;
@@ -67,25 +67,25 @@ inline void tty_db_require_manual_blocks(tty_db_operation &op, const tty_db_type
   op.rc = TTY_DB_ERR_WRONG_MODE;
 }
 
-// One past the block's last id.
+// Returns the id after the last id of a block.
 inline uint32_t tty_db_block_end(const tty_db_block_type *block) {
   return block->details.first_tty + block->details.capacity;
 }
 
-// The slot index of an id in a block.  An id below the block's first wraps to an index past the
-// block.  It shouts because its name stands in the texts that assertions report.
+// Returns the slot index of an id.  An id below the block wraps to an index beyond it.  Upper case
+// because assertions report this name.
 inline uint32_t TTY_DB_TTY_ID_TO_BLOCK_INDEX(const tty_db_block_type *block, uint32_t tty_id) {
   return tty_id - block->details.first_tty;
 }
 
-// Asserts, for a routine that goes to the slot of an id, that the block has one.
+// Asserts that a block has a slot for an id.
 inline bool tty_db_assert_slot(tty_db_speaker op, const tty_db_block_type *block, uint32_t tty_id) {
   return TTY_DB_ASSERT(block != NULL) &&
          TTY_DB_ASSERT(TTY_DB_TTY_ID_TO_BLOCK_INDEX(block, tty_id) < block->details.capacity);
 }
 
-// Returns the entry that a block holds for an id, or NULL.  REQUIRES: the database lock; the id is
-// in the block.
+// Returns the entry in the slot of an id, or NULL.  REQUIRES: the database lock; the block contains
+// the id.
 inline tty_db_tty_type *tty_db_entry_from_block(tty_db_speaker caller,
                                                 const tty_db_block_type *block, uint32_t tty_id) {
   const tty_db_speaker op(caller.category);
@@ -94,8 +94,8 @@ inline tty_db_tty_type *tty_db_entry_from_block(tty_db_speaker caller,
   return block->ttys[TTY_DB_TTY_ID_TO_BLOCK_INDEX(block, tty_id)];
 }
 
-// Stores an entry, or NULL, in the slot of an id.  REQUIRES: the write lock; the id is in the
-// block.
+// Stores an entry, or NULL, in the slot of an id.  REQUIRES: the write lock; the block contains the
+// id.
 inline void tty_db_set_entry_in_block(tty_db_speaker caller, tty_db_block_type *block,
                                       uint32_t tty_id, tty_db_tty_type *tty) {
   const tty_db_speaker op(caller.category);

@@ -1,4 +1,4 @@
-// Details queries: a copy of a block's description, the block found by handle, by line or by tag.
+// Queries for the details of a block, by handle, id or tag.
 
 #include <string.h>
 
@@ -9,7 +9,7 @@ namespace {
 
 constexpr tty_db_trace_category kTrace = TTY_DB_TRACE_BLOCK;
 
-// Clears the caller's record where the query has failed, and ends the query.
+// Clears the output if the query failed, and ends the query.
 uint32_t end_query(const tty_db_operation &op, tty_db_block_details_type *details) {
   if (!op.ok() && details != nullptr) memset(details, 0, sizeof(*details));
   return op.exit();

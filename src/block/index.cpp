@@ -1,4 +1,4 @@
-// Changes to the lists of blocks and the index over them.
+// Changes to the block lists and the index.
 
 #include "block/index.h"
 
@@ -21,7 +21,7 @@ void tty_db_index_unlink(tty_db_type *db, tty_db_block_type **link) {
 
 namespace {
 
-// Traces the counts after a change, under the line of the source of whoever made it.
+// Traces the counts after a change, with the source line of the caller.
 void say_counts(tty_db_speaker op, const tty_db_type *db, const tty_db_block_type *block, int line)
     TTY_DB_REQUIRES_WRITE(db) {
   TTY_DB_SAY_AT(line, "Block now has %lu TTYs and DB has %lu TTYs", block->details.num_registered,

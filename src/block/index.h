@@ -1,6 +1,5 @@
-// The lists of blocks and the index over them, which db/index.h describes: searched and changed
-// together.  The index changes where a block is linked and unlinked, and where a line is put and
-// taken, and nowhere else.
+// The block lists and the index (see db/index.h), searched and changed together.  Only the
+// functions here change the index.
 
 #ifndef TTY_DB_BLOCK_INDEX_H
 #define TTY_DB_BLOCK_INDEX_H
@@ -9,12 +8,12 @@
 
 #include "block/block.h"
 
-// Returns a category's part of the index.  Needs no lock: the address never changes.
+// Returns the index of a category.  Needs no lock: the address never changes.
 inline tty_db_category_index &tty_db_index_of(const tty_db_type *db, uint32_t category) {
   return db->index->categories[category];
 }
 
-// Returns the last block that begins below `bound`, which is at most TTY_DB_NUM_IDS, or NULL.
+// Returns the last block that begins below `bound`, or NULL.  REQUIRES: bound <= TTY_DB_NUM_IDS.
 inline tty_db_block_type *tty_db_index_last_block_below(const tty_db_type *db, uint32_t category,
                                                         uint32_t bound) TTY_DB_REQUIRES_READ(db) {
   if (db->block_lists[category] == nullptr) return nullptr;
@@ -23,7 +22,7 @@ inline tty_db_block_type *tty_db_index_last_block_below(const tty_db_type *db, u
   return first < TTY_DB_NUM_IDS ? index.block(first) : nullptr;
 }
 
-// Returns the last block that begins at an id or below, or NULL.
+// Returns the last block that begins at or below an id, or NULL.
 inline tty_db_block_type *tty_db_index_last_block_up_to(const tty_db_type *db, uint32_t category,
                                                         uint32_t tty_id) TTY_DB_REQUIRES_READ(db) {
   return tty_db_index_last_block_below(db, category, std::min(tty_id, TTY_PORT_MAX) + 1);
@@ -43,8 +42,8 @@ inline bool tty_db_index_has_block(const tty_db_type *db, const tty_db_block_typ
          tty_db_index_of(db, block->details.category).block(block->details.first_tty) == block;
 }
 
-// Returns the link to the first block that ends after an id: to the block that contains the id, or
-// else to the next one above it, or else the end of the list.
+// Returns the link to the first block that ends after an id: the block that contains the id, or the
+// next block, or the end of the list.
 inline tty_db_block_type **tty_db_index_find_link(tty_db_type *db, uint32_t category,
                                                   uint32_t tty_id) TTY_DB_REQUIRES_READ(db) {
   tty_db_block_type *before = tty_db_index_last_block_up_to(db, category, tty_id);
@@ -54,33 +53,33 @@ inline tty_db_block_type **tty_db_index_find_link(tty_db_type *db, uint32_t cate
   return before != nullptr ? &before->next_block : &db->block_lists[category];
 }
 
-// Links a block, which is in no list, in front of the block that a link of its category points to.
+// Inserts a block, which is in no list, at a link of its category.
 void tty_db_index_link(tty_db_type *db, tty_db_block_type **link, tty_db_block_type *block)
     TTY_DB_REQUIRES_WRITE(db);
 
-// Unlinks the block that a link points to.
+// Removes the block that a link points to from its list.
 void tty_db_index_unlink(tty_db_type *db, tty_db_block_type **link) TTY_DB_REQUIRES_WRITE(db);
 
-// Returns where the index has the entry of a line, and fetches it into the cache.  Needs no lock: a
+// Returns the address of an id's entry in the index, and prefetches the entry.  Needs no lock: a
 // prefetch is not an access.
 inline tty_db_tty_type *const *tty_db_index_prefetch_entry(const tty_db_type *db, uint32_t category,
                                                            uint32_t tty_id) {
   tty_db_tty_type *const *entry = &tty_db_index_of(db, category).entry(tty_id);
   __builtin_prefetch(entry);
-  asm("" : "+r"(entry));  // keeps the compiler from computing the address again later
+  asm("" : "+r"(entry));  // or the compiler computes the address again
   return entry;
 }
 
-// Returns the first registered id of a category from an id on, or one above TTY_PORT_MAX.  Looks
-// into a category whose list is empty, too: its last block may be on its way out.
+// Returns the first registered id of a category from an id on, or an id above TTY_PORT_MAX.  Reads
+// the index even if the list is empty, because a block under release is in no list.
 inline uint32_t tty_db_index_next_registered(const tty_db_type *db, uint32_t category,
                                              uint32_t tty_id) TTY_DB_REQUIRES_READ(db) {
   return tty_db_index_of(db, category).registered.first_from(tty_id);
 }
 
-// Puts the entry of a line into its block, and takes it out again: the slot, the index, and the
-// counts of the block and the database, with their trace lines.  The line of the source is the
-// caller's.  REQUIRES: the block has the id; no line is registered there, or one is.
+// Add and remove a line: set its slot, the index and the counts of the block and the database, and
+// trace with the source line of the caller.  REQUIRES: the block contains the id; to add, the line
+// is not registered; to remove, it is.
 void tty_db_index_put_line(tty_db_speaker op, tty_db_type *db, tty_db_block_type *block,
                            uint32_t tty_id, tty_db_tty_type *tty, int line = __builtin_LINE())
     TTY_DB_REQUIRES_WRITE(db);

@@ -36,8 +36,8 @@ uint32_t tty_db_block_check_for_overlap(tty_db_type *db_h, uint32_t category, ui
   TTY_DB_NEED(db_h != NULL);
   TTY_DB_NEED(category >= TTY_CATEGORY_MIN && category <= TTY_CATEGORY_MAX);
   if (op.ok()) {
-    // The first block that ends after the range begins.  If it begins after the range ends, so do
-    // all that follow it.
+    // Only the first block that ends after the start of the range needs a check: the blocks after
+    // it begin later.
     const tty_db_block_type *block = *tty_db_index_find_link(db_h, category, first_tty);
     if (block == resize_block && block != nullptr) block = block->next_block;
     if (block != nullptr && block->details.first_tty < first_tty + num_ttys) {
@@ -72,7 +72,7 @@ uint32_t tty_db_block_find_lowest_block(tty_db_type *db_h, uint32_t category, ui
 
 namespace {
 
-// The search for the block that contains an id, step by step, as it is asserted and traced.
+// Finds the block that contains an id, with tracing and assertions.
 [[gnu::cold, gnu::noinline]] uint32_t walk_to_block(const char *routine, tty_db_type *db_h,
                                                     uint32_t category, uint32_t tty_id,
                                                     tty_db_block_type **block)
@@ -93,7 +93,7 @@ namespace {
   return op.exit();
 }
 
-// The same by the index.  Returns false, with the output as it was, if only the walk can tell.
+// Finds the block in the index.  Returns false, with the output unchanged, if the walk must decide.
 bool look_up_block(const tty_db_type *db_h, uint32_t category, uint32_t tty_id,
                    tty_db_block_type **block) TTY_DB_REQUIRES_READ(db_h) {
   if (db_h == nullptr || category > TTY_CATEGORY_MAX || block == nullptr) return false;
@@ -118,7 +118,7 @@ bool same_tag(const char *one, const char *other) {
   return strcmp(one, other) == 0;
 }
 
-// Returns the first block with the tag, or NULL.
+// Returns the first block with a tag, or NULL.
 tty_db_block_type *first_block_with_tag(tty_db_speaker op, const tty_db_type *db_h,
                                         const char *tag_name) TTY_DB_REQUIRES_READ(db_h) {
   for (uint32_t category = TTY_CATEGORY_MIN; category <= TTY_CATEGORY_MAX; ++category) {

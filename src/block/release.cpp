@@ -1,6 +1,6 @@
-// Releasing a block, and deregistering the lines that a block gives up.
+// Releasing a block and deregistering its lines.
 //
-// Deregistration is a call against the order of the folders: src/tty builds on src/block.
+// Deregistration calls src/tty, against the order of the folders.
 
 #include "block/release.h"
 
@@ -15,7 +15,7 @@ namespace {
 
 constexpr tty_db_trace_category kTrace = TTY_DB_TRACE_BLOCK;
 
-// Asserts what a walk over a range of a block's ids requires.  Yields whether there is a database.
+// Asserts the preconditions of a walk over a range of ids.  Returns whether `db` is not NULL.
 bool assert_walk(tty_db_speaker op, tty_db_type *db, uint32_t first_tty, uint32_t last_tty)
     TTY_DB_REQUIRES_WRITE(db) {
   if (!TTY_DB_ASSERT_WRITELOCKED(db)) return false;
@@ -24,8 +24,8 @@ bool assert_walk(tty_db_speaker op, tty_db_type *db, uint32_t first_tty, uint32_
   return true;
 }
 
-// Return the first id from `first` to `last` of a block that has a line, or one above `last`: by a
-// visit to each slot, which is traced, or by the index.
+// Return the first registered id from `first` to `last`, or an id above `last`: from the slots,
+// with tracing, or from the index.
 [[gnu::cold, gnu::noinline]] uint32_t walk_to_registered(tty_db_speaker op,
                                                          const tty_db_block_type *block,
                                                          uint32_t first, uint32_t last) {
@@ -46,7 +46,7 @@ uint32_t tty_db_block_check_no_registered_ttys(tty_db_type *db, tty_db_block_typ
   TTY_DB_ENTER("DB=%X: block=%X, first=%lu, last=%lu", db, block, first_tty, last_tty);
   tty_db_need(op, assert_walk(op, db, first_tty, last_tty));
   if (op.ok()) {
-    // A block of another database has no lines in this one's index.
+    // The lines of a block of another database are not in this index.
     const uint32_t tty_id = tty_db_tracing() || !tty_db_index_has_block(db, block)
                                 ? walk_to_registered(op, block, first_tty, last_tty)
                                 : look_up_registered(db, block, first_tty);
@@ -118,8 +118,8 @@ uint32_t tty_db_block_release(tty_db_type *db_h, tty_db_block_type *block_h, uin
 
 namespace {
 
-// Counts a block out and unlinks it.  Returns false, with nothing changed, if it is not in its
-// list.
+// Removes a block from its list and from the count.  Returns false, with nothing changed, if it is
+// not in the list.
 bool unlink_block(tty_db_speaker op, tty_db_type *db_h, tty_db_block_type *block_h)
     TTY_DB_REQUIRES_WRITE(db_h) {
   const bool counted = TTY_DB_ASSERT(db_h->num_blocks > 0);
@@ -140,7 +140,7 @@ void tty_db_block_release_internal(tty_db_type *db_h, tty_db_block_type *block_h
   const tty_db_speaker op(kTrace);
   TTY_DB_ENTER("DB=%X: block_h=%X", db_h, block_h);
   const bool has_db = TTY_DB_ASSERT_WRITELOCKED(db_h);
-  // Unlinked before its lines are deregistered: no lookup finds it any more.
+  // Removed from its list first, so that deregistering its last line does not release it again.
   if (TTY_DB_ASSERT(block_h != NULL) && has_db && unlink_block(op, db_h, block_h)) {
     tty_db_block_cleanup(db_h, block_h);
   }

@@ -12,8 +12,7 @@ namespace {
 
 constexpr tty_db_trace_category kTrace = TTY_DB_TRACE_BLOCK;
 
-// Finds the link at which a new block with a range of ids belongs.  Returns 0 or
-// TTY_DB_ERR_OVERLAP.
+// Finds the link for a new block with a range of ids.  Returns 0 or TTY_DB_ERR_OVERLAP.
 uint32_t find_place(tty_db_type *db_h, uint32_t category, uint32_t first_tty, uint32_t num_ttys,
                     tty_db_block_type ***insertion_point) TTY_DB_REQUIRES_READ(db_h) {
   const uint32_t rc = tty_db_block_check_for_overlap(db_h, category, first_tty, num_ttys, nullptr);
@@ -21,8 +20,8 @@ uint32_t find_place(tty_db_type *db_h, uint32_t category, uint32_t first_tty, ui
   return tty_db_block_find_insertion_point(db_h, category, first_tty, insertion_point);
 }
 
-// Allocates a block and fills it in, in no list.  Sets `*block` to what has been built, also on
-// failure, for block clean-up.  Returns 0 or TTY_DB_ERR_NO_MEMORY.
+// Allocates and initializes a block.  On failure `*block` is partly built or NULL, for
+// tty_db_block_cleanup.  Returns 0 or TTY_DB_ERR_NO_MEMORY.
 uint32_t build_block(tty_db_speaker op, uint32_t category, uint32_t first_tty, uint32_t num_ttys,
                      const char *tag_name, uintptr_t ctx, tty_db_block_type **block) {
   auto *built = static_cast<tty_db_block_type *>(calloc(1, sizeof(tty_db_block_type)));

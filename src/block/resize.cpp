@@ -1,8 +1,8 @@
 // Giving a block a new range of ids.
 //
-// The order of the steps carries the guarantees: everything that can fail comes before anything
-// that cannot be undone, lines are deregistered while the block still describes their ids, and the
-// new place in the list is looked up while the block is in no list.
+// The order of the steps matters.  Every step that can fail comes before the first step that cannot
+// be undone.  Lines are deregistered while the block still contains their ids.  The new place in
+// the list is looked up while the block is in no list.
 
 #include <stdlib.h>
 #include <string.h>
@@ -18,7 +18,7 @@ namespace {
 
 constexpr tty_db_trace_category kTrace = TTY_DB_TRACE_BLOCK;
 
-// The ids from `first` up to, but not including, `end`; none if `end` is not greater.
+// The ids from `first` to `end`, without `end`; empty if first >= end.
 struct IdRange {
   uint32_t first;
   uint32_t end;
@@ -37,7 +37,7 @@ IdRange current_range(const tty_db_block_type *block) {
   return range_of(block->details.first_tty, block->details.capacity);
 }
 
-// The ids of a block that a new range drops, below it and above it.
+// Return the ids of a block below and above a new range.
 IdRange dropped_below(const tty_db_block_type *block, IdRange wanted) {
   return common(current_range(block), {0, wanted.first});
 }
@@ -45,7 +45,8 @@ IdRange dropped_above(const tty_db_block_type *block, IdRange wanted) {
   return common(current_range(block), {wanted.end, TTY_DB_NUM_IDS});
 }
 
-// Returns 0, or TTY_DB_ERR_TTYS_REGISTERED if the new range would drop a registered line.
+// Checks that no registered line is outside the new range.  Returns 0 or
+// TTY_DB_ERR_TTYS_REGISTERED.
 uint32_t check_nothing_dropped(tty_db_type *db_h, tty_db_block_type *block, IdRange wanted)
     TTY_DB_REQUIRES_WRITE(db_h) {
   for (const IdRange dropped : {dropped_below(block, wanted), dropped_above(block, wanted)}) {
@@ -58,7 +59,7 @@ uint32_t check_nothing_dropped(tty_db_type *db_h, tty_db_block_type *block, IdRa
 }
 
 // Checks that the new range is free, and finds the link to the block.  Returns 0,
-// TTY_DB_ERR_OVERLAP, or TTY_DB_ERR_INVALID_ARG for a block that is not in its list.
+// TTY_DB_ERR_OVERLAP, or TTY_DB_ERR_INVALID_ARG if the block is not in its list.
 uint32_t check_place(tty_db_speaker op, tty_db_type *db_h, tty_db_block_type *block_h,
                      IdRange wanted, tty_db_block_type ***old_insertion_point_out)
     TTY_DB_REQUIRES_WRITE(db_h) {
@@ -75,8 +76,8 @@ uint32_t check_place(tty_db_speaker op, tty_db_type *db_h, tty_db_block_type *bl
   return listed ? 0 : TTY_DB_ERR_INVALID_ARG;
 }
 
-// Gets the array for the new range: a fresh one or, where memory is short and the block does not
-// grow, the one that it has.  Returns 0 or TTY_DB_ERR_NO_MEMORY.
+// Gets the slots for the new range: a new array or, if that cannot be allocated and the block does
+// not grow, the old one.  Returns 0 or TTY_DB_ERR_NO_MEMORY.
 uint32_t get_array(tty_db_speaker op, const tty_db_block_type *block, IdRange wanted,
                    tty_db_tty_type ***new_array_out) {
   auto **new_array = static_cast<tty_db_tty_type **>(calloc(wanted.size(), sizeof(*block->ttys)));
@@ -90,7 +91,7 @@ uint32_t get_array(tty_db_speaker op, const tty_db_block_type *block, IdRange wa
   return 0;
 }
 
-// Deregisters the lines that the new range drops.
+// Deregisters the lines outside the new range.
 void deregister_dropped(tty_db_speaker op, tty_db_type *db_h, tty_db_block_type *block_h,
                         IdRange wanted) TTY_DB_REQUIRES_WRITE(db_h) {
   const IdRange below = dropped_below(block_h, wanted);
@@ -100,11 +101,11 @@ void deregister_dropped(tty_db_speaker op, tty_db_type *db_h, tty_db_block_type 
   if (!above.empty()) tty_db_block_deregister_ttys(db_h, block_h, above.first, above.end - 1);
 }
 
-// Moves the entries of the ids that stay to their slots in `new_array`, which is zero-filled or the
-// block's own, and leaves NULL in its others.
+// Moves the entries that stay to their slots in `new_array`, which is zero-filled or the block's
+// own, and clears its other slots.
 void carry_entries(const tty_db_block_type *block, IdRange wanted, tty_db_tty_type **new_array) {
   const IdRange carried = common(current_range(block), wanted);
-  uint32_t front = 0;  // slots ahead of the carried ones
+  uint32_t front = 0;  // slots before the carried ones
   if (!carried.empty()) {
     front = carried.first - wanted.first;
     memmove(&new_array[front], &block->ttys[carried.first - block->details.first_tty],
@@ -130,8 +131,8 @@ void adopt_range(tty_db_speaker op, tty_db_block_type *block_h, IdRange wanted,
   block_h->details.first_tty = wanted.first;
 }
 
-// Takes a block out of its list, gives it the new range, and puts it back in at its new place, or,
-// without memory, at its old one.  Returns 0, or with nothing changed TTY_DB_ERR_NO_MEMORY.
+// Removes a block from its list, gives it the new range, and inserts it at its new place.  Returns
+// 0, or TTY_DB_ERR_NO_MEMORY with nothing changed.
 uint32_t change_range(tty_db_speaker op, tty_db_type *db_h, tty_db_block_type *block_h,
                       IdRange wanted, tty_db_block_type **old_insertion_point)
     TTY_DB_REQUIRES_WRITE(db_h) {

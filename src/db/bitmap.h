@@ -43,7 +43,7 @@ class tty_db_bitmap {
   }
 
  private:
-  // One more than members need, so that the bounds N and kWords have a word and a group.
+  // Sized so that the search bounds N and kWords, too, have a word and a group.
   static constexpr uint32_t kWords = N / 64 + 1;
   static constexpr uint32_t kGroups = kWords / 64 + 1;
 

@@ -7,10 +7,10 @@
 //
 // A routine checks conditions in three ways:
 //
-//   macro           checks                                if the condition is false
-//   TTY_DB_REQUIRE  an argument of a public operation     traces a line, TTY_DB_ERR_INVALID_ARG
-//   TTY_DB_ASSERT   an invariant of the library           reports it, and yields false
-//   TTY_DB_NEED     a precondition of an internal routine reports it, TTY_DB_ERR_INVALID_ARG
+//   macro           checks                                  if the condition is false
+//   TTY_DB_REQUIRE  an argument of a public operation       traces it, TTY_DB_ERR_INVALID_ARG
+//   TTY_DB_ASSERT   an invariant of the library             reports it, yields false
+//   TTY_DB_NEED     a precondition of an internal routine   reports it, TTY_DB_ERR_INVALID_ARG
 //
 // Assertions (the last two) are in every build type and evaluate their expression exactly once.
 // The report may return.  Then the routine continues, unless it would use memory that the assertion

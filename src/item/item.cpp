@@ -1,4 +1,4 @@
-// The items of an entry.  No routine takes a lock: the caller holds the entry.
+// The items of an entry.  REQUIRES: the caller holds the entry.
 
 #include "item/item.h"
 
@@ -13,7 +13,7 @@ constexpr tty_db_trace_category kTrace = TTY_DB_TRACE_ITEM;
 
 void *item_data(tty_db_item_type *item) { return item + 1; }
 
-// Returns the link that holds the item with a key, or NULL.
+// Returns the link to the item with a key, or NULL.
 tty_db_item_type **find_link(tty_db_speaker op, tty_db_tty_type *tty, uint32_t item_key) {
   tty_db_item_type **link = &tty->item_list_head;
   for (; *link != nullptr; link = &(*link)->next_item) {
@@ -33,8 +33,7 @@ uint32_t check_key_is_free(tty_db_speaker op, tty_db_tty_type *tty, uint32_t ite
   return TTY_DB_ERR_ITEM_EXISTS;
 }
 
-// Allocates the node of an item, with `size` zero bytes of data.  Returns 0 or
-// TTY_DB_ERR_NO_MEMORY.
+// Allocates the node of an item and `size` zero bytes of data.  Returns 0 or TTY_DB_ERR_NO_MEMORY.
 uint32_t allocate_node(tty_db_speaker op, size_t size, tty_db_item_type **node) {
   size_t total;
   const bool overflows = __builtin_add_overflow(sizeof(tty_db_item_type), size, &total);
@@ -62,7 +61,7 @@ uint32_t tty_db_item_find_insertion_point(tty_db_tty_type *tty, uint32_t item_ke
   return op.exit();
 }
 
-// Flattened: the search is not to cost a call.
+// Flattened, so that the search costs no call.
 [[gnu::flatten]] uint32_t tty_db_item_get(tty_db_tty_type *tty, uint32_t item_key, void **item) {
   tty_db_operation op(kTrace);
   TTY_DB_ENTER("tty=%X, key=%lu, item=%X", tty, item_key, item);

@@ -1,7 +1,7 @@
 // The node of an item.
 //
-// An entry's items form a singly linked list, most recently created first; keys are unique within
-// it.  A node and its data are one allocation, which the library owns.
+// The items of an entry are a singly linked list with unique keys, newest first.  A node and its
+// data are one allocation, which the library owns.
 
 #ifndef TTY_DB_ITEM_ITEM_H
 #define TTY_DB_ITEM_ITEM_H
@@ -10,7 +10,7 @@
 
 #include "tty_db.h"
 
-// The alignment gives the data, right behind the node, the alignment of malloc.
+// Aligned so that the data, right after the node, has the alignment of malloc.
 struct alignas(max_align_t) tty_db_item_type {
   tty_db_item_type *next_item;
   uint32_t key;

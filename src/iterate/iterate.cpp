@@ -44,7 +44,7 @@ uint32_t tty_db_iterate_start(tty_db_type *db_h, uint32_t start_category, uint32
   return op.exit();
 }
 
-// Flattened: the walk is not to cost a call.
+// Flattened, so that the search costs no call.
 [[gnu::flatten]] uint32_t tty_db_iterate_next(tty_db_iterator_type *iterator_h, uint32_t *category,
                                               uint32_t *tty_id) {
   tty_db_operation op(kTrace);
@@ -62,10 +62,10 @@ uint32_t tty_db_iterate_start(tty_db_type *db_h, uint32_t start_category, uint32
 
 namespace {
 
-// Return the id of the first registered line, from the iterator's position to `max_id` of the same
-// category, or an id greater than `max_id`.
+// The next two functions return the first registered id from the iterator's position to `max_id` in
+// the same category, or an id above `max_id`.
 
-// By a walk from block to block and from id to id, which is traced and asserted.
+// Walks from block to block and from id to id, with tracing and assertions.
 [[gnu::cold, gnu::noinline]] uint32_t walk_to_line(tty_db_speaker op,
                                                    const tty_db_iterator_type *iterator_h,
                                                    uint32_t max_id)
@@ -97,7 +97,7 @@ namespace {
   return max_id + 1;
 }
 
-// By the index.
+// Searches the index.
 uint32_t look_up_line(const tty_db_iterator_type *iterator_h)
     TTY_DB_REQUIRES_READ(iterator_h->db_h) {
   const uint32_t category = iterator_h->next_category;
@@ -105,8 +105,7 @@ uint32_t look_up_line(const tty_db_iterator_type *iterator_h)
   return tty_db_index_next_registered(iterator_h->db_h, category, iterator_h->next_id);
 }
 
-// Finds the next registered line, from the iterator's category on, and moves the position past it.
-// Returns 0 or TTY_DB_ERR_NO_MORE.
+// Finds the next registered line and moves the position past it.  Returns 0 or TTY_DB_ERR_NO_MORE.
 uint32_t find_line(tty_db_speaker op, tty_db_iterator_type *iterator_h, uint32_t *category,
                    uint32_t *tty_id) TTY_DB_REQUIRES_READ(iterator_h->db_h) {
   uint32_t rc = TTY_DB_ERR_NO_MORE;

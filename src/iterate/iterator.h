@@ -1,7 +1,7 @@
 // The iterator record.
 //
-// The position (next_category, next_id) is the first that has not been examined; it only moves
-// forward. The iterator is exhausted once next_category is past end_category.
+// (next_category, next_id) is the first position not yet examined; it only moves forward.  The
+// iterator is at its end when next_category > end_category.
 
 #ifndef TTY_DB_ITERATE_ITERATOR_H
 #define TTY_DB_ITERATE_ITERATOR_H

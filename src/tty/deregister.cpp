@@ -1,6 +1,6 @@
 // Deregistering a line.
 //
-// The holder of the entry is waited for before anything else: it may be using the items.
+// The first step waits for the holder of the entry, who may be using the items.
 
 #include "block/index.h"
 #include "item/item.h"
@@ -10,8 +10,8 @@ namespace {
 
 constexpr tty_db_trace_category kTrace = TTY_DB_TRACE_TTY;
 
-// Finds the block in which a line is registered.  Returns 0, TTY_DB_ERR_NO_BLOCK where no block
-// holds the id, or TTY_DB_ERR_NOT_REGISTERED where a block does.
+// Finds the block of a registered line.  Returns 0, TTY_DB_ERR_NO_BLOCK or
+// TTY_DB_ERR_NOT_REGISTERED.
 uint32_t find_line(tty_db_speaker op, tty_db_type *db_h, uint32_t category, uint32_t tty_id,
                    tty_db_block_type **block) TTY_DB_REQUIRES_READ(db_h) {
   TTY_DB_SAY("Retrieving block");
@@ -22,7 +22,7 @@ uint32_t find_line(tty_db_speaker op, tty_db_type *db_h, uint32_t category, uint
   return TTY_DB_ERR_NOT_REGISTERED;
 }
 
-// Destroys the items of an entry, most recently created first.
+// Destroys the items of an entry, newest first.
 void destroy_items(tty_db_speaker op, tty_db_tty_type *tty) {
   while (tty->item_list_head != nullptr) {
     const uint32_t key = tty->item_list_head->key;
@@ -32,8 +32,8 @@ void destroy_items(tty_db_speaker op, tty_db_tty_type *tty) {
   }
 }
 
-// Returns whether a block is to end with its last line.  One that is being released is in no list:
-// it is left to the release under way.
+// Returns whether a block is an empty automatic block that must be released.  A block in no list is
+// already being released.
 bool is_left_over(const tty_db_type *db_h, const tty_db_block_type *block)
     TTY_DB_REQUIRES_WRITE(db_h) {
   return block->details.num_registered == 0 && (db_h->options & TTY_DB_OPT_AUTO_BLOCKS) != 0 &&
@@ -59,7 +59,7 @@ void tty_db_tty_deregister_internal(tty_db_type *db_h, tty_db_block_type *block,
   TTY_DB_ENTER("DB=%X: block=%X, tty_id=%lu", db_h, block, tty_id);
   const bool has_db = TTY_DB_ASSERT_WRITELOCKED(db_h);
   tty_db_tty_type *tty = tty_db_entry_from_block(op, block, tty_id);
-  // A block of another database is left alone, with its line.
+  // A block of another database and its lines are not changed.
   const bool indexed =
       TTY_DB_ASSERT(tty != NULL) && has_db &&
       TTY_DB_ASSERT(tty_db_index_of(db_h, block->details.category).entry(tty_id) == tty);

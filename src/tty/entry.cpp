@@ -1,4 +1,4 @@
-// The lock of an entry, and the end of an entry.
+// The lock and the destruction of an entry.
 
 #include "tty/entry.h"
 
@@ -8,7 +8,7 @@ namespace {
 
 constexpr tty_db_trace_category kTrace = TTY_DB_TRACE_TTY;
 
-// Initializes a mutex that checks for errors.  Returns 0 or an error number.
+// Initializes an error-checking mutex.  Returns 0 or an error number.
 int initialize_mutex(pthread_mutex_t *mutex) {
   pthread_mutexattr_t attributes;
   int error = pthread_mutexattr_init(&attributes);
@@ -19,7 +19,7 @@ int initialize_mutex(pthread_mutex_t *mutex) {
   return error;
 }
 
-// The wait of deregistration and of entry clean-up, which both announce under one name.
+// Takes the entry lock for deregistration or clean-up; both announce the wait with one name.
 int take_for_cleanup(tty_db_tty_type *tty) {
   return tty_db_take_entry_lock(tty_db_speaker(kTrace, "tty_db_cleanup_entry"), tty);
 }
@@ -57,8 +57,7 @@ void tty_db_cleanup_entry(tty_db_tty_type *tty, bool lock_initialized) {
   if (lock_initialized) {
     TTY_DB_SAY("Destroying entry lock");
     if (TTY_DB_ASSERT(tty != NULL)) {
-      // A thread that deregisters an entry that it holds itself has nobody to wait for; its hold
-      // ends here.
+      // EDEADLK: the calling thread holds the entry itself.
       const int taken = take_for_cleanup(tty);
       TTY_DB_ASSERT_TEXT(taken == 0 || taken == EDEADLK, "pthread_mutex_lock(&(tty->lock))==0");
       const int released = pthread_mutex_unlock(&tty->lock);

@@ -1,5 +1,4 @@
-// Registering a line, in a block that covers its id: one that the caller has reserved, or, under
-// automatic block management, one that registration reserves itself.
+// Registering a line.
 
 #include <stdlib.h>
 
@@ -10,7 +9,7 @@ namespace {
 
 constexpr tty_db_trace_category kTrace = TTY_DB_TRACE_TTY;
 
-// What a registration has made so far.
+// The parts of a registration created so far.
 struct Registration {
   tty_db_block_type *block = nullptr;
   bool block_created = false;
@@ -18,9 +17,9 @@ struct Registration {
   bool lock_initialized = false;
 };
 
-// Reserves the automatic block that covers an id: TTY_DB_AUTO_BLOCK_SIZE ids from the multiple at
-// or below it, or TTY_PORT_MAX alone.  Returns what the reservation returns: for an id above
-// TTY_PORT_MAX, that its range is invalid.
+// Reserves the automatic block for an id: TTY_DB_AUTO_BLOCK_SIZE ids from a multiple of that, or
+// only TTY_PORT_MAX.  Returns the results of tty_db_block_reserve_internal, which rejects larger
+// ids.
 uint32_t reserve_automatic_block(tty_db_speaker op, tty_db_type *db_h, uint32_t category,
                                  uint32_t tty_id, tty_db_block_type **block)
     TTY_DB_REQUIRES_WRITE(db_h) {
@@ -31,8 +30,8 @@ uint32_t reserve_automatic_block(tty_db_speaker op, tty_db_type *db_h, uint32_t 
   return tty_db_block_reserve_internal(db_h, category, first_tty, num_ttys, nullptr, 0, block);
 }
 
-// Finds the block that covers an id, or makes one if the database makes its own blocks.  Returns 0,
-// TTY_DB_ERR_NO_BLOCK, or what the reservation fails with.
+// Finds the block that contains an id, or reserves an automatic block.  Returns 0,
+// TTY_DB_ERR_NO_BLOCK, or the result of the failed reservation.
 uint32_t find_or_reserve_block(tty_db_speaker op, tty_db_type *db_h, uint32_t category,
                                uint32_t tty_id, Registration *made) TTY_DB_REQUIRES_WRITE(db_h) {
   TTY_DB_SAY("Retrieving block");
@@ -44,7 +43,7 @@ uint32_t find_or_reserve_block(tty_db_speaker op, tty_db_type *db_h, uint32_t ca
   return rc;
 }
 
-// Returns 0 or TTY_DB_ERR_TTY_EXISTS.
+// Checks that no line is registered at an id.  Returns 0 or TTY_DB_ERR_TTY_EXISTS.
 uint32_t check_slot_is_free(tty_db_speaker op, const tty_db_block_type *block, uint32_t category,
                             uint32_t tty_id) {
   TTY_DB_ASSERT(block != NULL);
@@ -65,8 +64,8 @@ uint32_t allocate_entry(tty_db_speaker op, size_t entry_size, tty_db_tty_type **
   return 0;
 }
 
-// All that can fail: a block that covers the id, and an entry that the calling thread has obtained.
-// What has been made is in `*made`, also on failure.
+// The steps that can fail: finds or reserves the block, creates the entry and locks it.  After a
+// failure, undo takes `*made`.  Returns the results of tty_db_tty_register.
 uint32_t build(tty_db_speaker op, tty_db_type *db_h, uint32_t category, uint32_t tty_id,
                size_t entry_size, Registration *made) TTY_DB_REQUIRES_WRITE(db_h) {
   uint32_t rc = find_or_reserve_block(op, db_h, category, tty_id, made);
@@ -80,7 +79,7 @@ uint32_t build(tty_db_speaker op, tty_db_type *db_h, uint32_t category, uint32_t
   return tty_db_lock_tty(db_h, made->entry);
 }
 
-// Undoes what has been made.
+// Undoes a failed build.
 void undo(tty_db_speaker op, tty_db_type *db_h, const Registration &made)
     TTY_DB_REQUIRES_WRITE(db_h) {
   tty_db_cleanup_entry(made.entry, made.lock_initialized);
@@ -89,7 +88,7 @@ void undo(tty_db_speaker op, tty_db_type *db_h, const Registration &made)
   tty_db_block_release_internal(db_h, made.block);
 }
 
-// What cannot fail any more: the line is there for everybody, and counted.
+// The steps that cannot fail: makes the line visible to other threads and counts it.
 void publish(tty_db_speaker op, tty_db_type *db_h, uint32_t tty_id, const Registration &made)
     TTY_DB_REQUIRES_WRITE(db_h) {
   tty_db_block_type *block = made.block;

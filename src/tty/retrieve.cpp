@@ -1,4 +1,4 @@
-// Handing out the entry of a registered line, and taking it back.
+// Retrieving and unlocking the entry of a line.
 
 #include "block/index.h"
 #include "tty/entry.h"
@@ -7,9 +7,8 @@ namespace {
 
 constexpr tty_db_trace_category kTrace = TTY_DB_TRACE_TTY;
 
-// Obtains the entry of a line, which the index has in `slot`, for the calling thread.  The output
-// is set before the entry's lock is taken, and keeps its value if the lock cannot be had: so a
-// caller can tell a line that is there from one that is not.
+// Finds and locks the entry of a line; `slot` points to it in the index.  The output stays set if
+// the lock cannot be taken, so that the caller can see that the line is registered.
 uint32_t obtain_entry(const tty_db_type *db_h, uint32_t category, uint32_t tty_id,
                       tty_db_tty_type *const *slot, tty_db_tty_type **tty)
     TTY_DB_REQUIRES_READ(db_h) {
