@@ -171,9 +171,9 @@ TTY_DB_API uint32_t tty_db_create(uint32_t options, tty_db_type **db_h);
 
 /**
  * Destroys a database with all its blocks, lines and items.
- * Takes the write lock, and waits for the holder of each entry.  No other thread may use the
- * database any more, except to unlock an entry.  On success every pointer into the database is
- * invalid.  Its iterators must still be ended.
+ * Takes the write lock, and waits for the holder of each entry.  During the call and afterwards no
+ * other thread may use the database, except to unlock an entry.  On success every pointer into the
+ * database is invalid.  Its iterators must still be ended.
  * @param db_h the database
  * @return 0, TTY_DB_ERR_INVALID_ARG or TTY_DB_ERR_LOCK_FAILED.
  */
@@ -339,7 +339,7 @@ TTY_DB_API uint32_t tty_db_tty_retrieve(tty_db_type *db_h, uint32_t category, ui
  * Unlocks an entry that registration or retrieval locked.
  * Takes no lock and never waits.  Without TTY_DB_OPT_LOCK_ENTRIES it does nothing.
  * @param db_h the database
- * @param tty the entry; if the calling thread does not hold it, the process ends
+ * @param tty the entry, held by the calling thread; else an assertion fails or the process ends
  * @return 0 or TTY_DB_ERR_INVALID_ARG.
  */
 TTY_DB_API uint32_t tty_db_tty_unlock(tty_db_type *db_h, tty_db_tty_type *tty);
@@ -357,7 +357,7 @@ TTY_DB_API uint32_t tty_db_tty_unlock(tty_db_type *db_h, tty_db_tty_type *tty);
  * The database owns the data; destroying the item or deregistering the line frees it.
  * @param tty the entry
  * @param item_key any value that no other item of the entry has
- * @param size of the data in bytes, at least 1
+ * @param size size of the data in bytes, at least 1
  * @param[out] new_item the data, filled with zeros and aligned as by malloc; NULL on failure
  * @return 0, TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_ITEM_EXISTS or TTY_DB_ERR_NO_MEMORY.
  */
