@@ -430,7 +430,7 @@ TTY_DB_API uint32_t tty_db_iterate_end(tty_db_iterator_type *iterator_h);
 
 /**
  * @defgroup internal Internals
- * The routines behind the operations.  A program cannot call them, because they require the
+ * The routines that the operations call.  A program cannot call them, because they require the
  * database lock, which it cannot take.
  * REQUIRES, unless described otherwise: arguments as for the operations, and the write lock; for
  * the lookups and the iterator the read lock is enough.
