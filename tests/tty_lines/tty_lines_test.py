@@ -1,511 +1,365 @@
 #!/usr/bin/env python3
-"""Tests tty-lines, the program that is the first argument: against machines made of files, and on
-this machine."""
+"""Tests the program tty-lines, the first argument, on made machines and on this one."""
 
 import faulthandler
 import fcntl
 import json
 import os
 import pathlib
-import random
-import resource
-import signal
 import socket
-import stat
 import struct
 import subprocess
 import sys
-import tempfile
 import termios
 import unittest
 
-from machine import Machine, container, raspberry_pi, terminal_server
+import machine
 
 PROGRAM = os.path.abspath(sys.argv.pop(1))
 COMPLETION = pathlib.Path(__file__).parents[2] / "tools/completions/tty-lines"
 NOBODY = 65534
+os.environ["LC_ALL"] = "C.UTF-8"
 
 
-def run(*arguments, stdout=subprocess.PIPE, locale="C.UTF-8", **more):
-    """Runs tty-lines.  Returns its exit status, output and messages."""
-    done = subprocess.run([PROGRAM, *arguments], stdout=stdout, stderr=subprocess.PIPE, timeout=60,
-                          env={**os.environ, "LC_ALL": locale}, **more)
-    return done.returncode, os.fsdecode(done.stdout or b""), os.fsdecode(done.stderr)
-
-
-def lines_of(machine, *arguments, **more):
-    """The lines that tty-lines lists of a machine, idle ones too, by name."""
-    _, output, _ = run(*machine.roots, "--all", "--json", *arguments, **more)
-    return {line["name"]: line for line in json.loads(output)["lines"]}
+def run(*arguments, stdout=subprocess.PIPE, **more):
+    """Runs tty-lines, and returns its returncode, stdout and stderr."""
+    return subprocess.run([PROGRAM, *arguments], stdout=stdout, stderr=subprocess.PIPE, text=True,
+                          timeout=60, check=False, **more)
 
 
 def open_terminal(columns):
-    """A pseudo-terminal: the descriptors of its two ends."""
+    """Opens a pseudo-terminal of 50 rows, and returns its two ends."""
     master, slave = os.openpty()
     fcntl.ioctl(slave, termios.TIOCSWINSZ, struct.pack("4H", 50, columns, 0, 0))
     return master, slave
 
 
-def run_on_terminal(columns, *arguments):
-    """What tty-lines prints on a terminal of this width."""
-    master, slave = open_terminal(columns)
-    run(*arguments, stdout=slave)
-    os.write(slave, b"end\n")
-    with open(master) as terminal:
-        return [line.rstrip("\n") for line in iter(terminal.readline, "end\n")]
+def next_events(watch):
+    """Returns the next events, such as [("+", "ttyS0", 0)], with the ids of the lines."""
+    events = json.loads(watch.stdout.readline())["events"]
+    return [(event["event"], event["name"], event["id"]) for event in events]
 
 
-class Watching:
-    """tty-lines --watch --json: its list, and then its events."""
+class MadeMachine(machine.MadeMachine):
+    def tty_lines(self, *arguments, **more):
+        return run(*self.directories, *arguments, **more)
 
-    def __init__(self, *arguments, **more):
-        self.process = subprocess.Popen([PROGRAM, "--json", "--watch", *arguments],
-                                        stdout=subprocess.PIPE, **more)
-        self.list = json.loads(self.process.stdout.readline())
+    def rows(self, columns, *arguments):
+        """Returns the rows of a table with these columns."""
+        return self.tty_lines("--raw", "--noheadings", "--output", columns,
+                              *arguments).stdout.splitlines()
 
-    def __enter__(self):
-        return self
+    def watch(self, *arguments):
+        """Starts tty-lines --watch, and reads its list."""
+        watch = self.enterContext(subprocess.Popen(
+            ["timeout", "30", PROGRAM, *self.directories, "--json", "--output=name,id", *arguments],
+            stdout=subprocess.PIPE))
+        self.addCleanup(watch.terminate)
+        watch.stdout.readline()
+        return watch
 
-    def __exit__(self, *_):
-        self.process.kill()
-        self.process.wait()
-        self.process.stdout.close()
+    def expect_line(self, name, user=None, **expected):
+        """Expects some columns of a line, as listed by a user."""
+        done = self.tty_lines("--json", name, user=user, group=user, extra_groups=user and [])
+        [line] = json.loads(done.stdout)["lines"]
+        self.assertEqual({column: line[column] for column in expected}, expected)
 
-    def events(self):
-        """The next batch: pairs of "+" or "-" and the line."""
-        batch = json.loads(self.process.stdout.readline())["events"]
-        return [(event["event"], event) for event in batch]
-
-    def changes(self):
-        """The next batch, as "+NAME" and "-NAME"."""
-        return [event + line["name"] for event, line in self.events()]
-
-
-class OnAMadeMachine(unittest.TestCase):
-    def setUp(self):
-        directory = self.enterContext(tempfile.TemporaryDirectory())
-        os.chmod(directory, 0o755)
-        self.directory = directory
-
-    def machine(self):
-        return Machine(self.directory)
+    def expect_failure(self, done, message):
+        self.assertEqual(done.stderr, f"tty-lines: {message}\n")
+        self.assertEqual(done.returncode, 1)
 
 
-class Registration(OnAMadeMachine):
-    def test_lines_with_the_same_number_have_ids_of_their_own(self):
-        lines = lines_of(raspberry_pi(self.directory))
-        self.assertEqual({name: (line["category"], line["id"]) for name, line in lines.items()},
-                         {"ttyAMA0": (1, 0), "ttyS0": (1, 1),
-                          "ttyACM0": (2, 0), "ttyUSB1": (2, 1), "ttyUSB0": (2, 2)})
+class Registration(MadeMachine):
+    def test_id_is_the_number_in_the_name_or_else_the_lowest_that_no_name_has(self):
+        self.tty("ttyAMA0", "204:64")
+        self.tty("ttyS0", "4:64")
+        self.tty("ttyS1", "4:65")
+        self.assertEqual(self.rows("name,id"), ["ttyAMA0 0", "ttyS1 1", "ttyS0 2"])
 
-    def test_every_line_of_a_machine_is_listed_once_with_an_id_of_its_own(self):
-        for make in raspberry_pi, terminal_server, container:
-            for option in "--all", "--by-driver":
-                with self.subTest(make.__name__), tempfile.TemporaryDirectory() as directory:
-                    machine = make(directory)
-                    status, output, messages = run(*machine.roots, "--all", option, "--list", "--raw",
-                                                   "--noheadings", "--output=device,category,id")
-                    lines = [line.split() for line in output.splitlines() if ":" in line]
-                    there = [(directory / "dev").read_text().strip()
-                             for directory in (machine.sysfs / "class/tty").iterdir()]
-                    there += ["0:0" for _ in (machine.dev / "pts").iterdir()]
-                    self.assertEqual(sorted(device for device, _, _ in lines), sorted(there))
-                    self.assertEqual(len({(category, id) for _, category, id in lines}), len(lines))
-                    self.assertEqual((status, messages), (0, ""))
+    def test_kind_and_category(self):
+        self.tty("tty7", "4:7")
+        self.tty("ttyMI0", "30:0")
+        self.usb("ttyMI1", "30:1", socket="1-1", idVendor="110a")
+        self.tty("hvc0", "229:0")
+        self.tty("rfcomm0", "216:0")
+        self.tty("com7", "9:9")
+        self.assertEqual(self.rows("name,kind,category", "--all"), [
+            "tty7 console 0",
+            "ttyMI0 serial 1",
+            "ttyMI1 usb 2",
+            "hvc0 virtual 4",
+            "rfcomm0 bluetooth 5",
+            "com7 other 5"])
 
-    def test_an_id_stays_while_the_line_is_there(self):
-        pi = raspberry_pi(self.directory)
-        with Watching("0.02", *pi.roots) as watching:
-            pi.unplug("ttyACM0")
-            self.assertEqual(watching.changes(), ["-ttyACM0"])
-            pi.tty("ttyACM1", "166:1")
-            [(event, line)] = watching.events()
-            self.assertEqual((event, line["name"], line["id"]), ("+", "ttyACM1", 3))
+    def test_line_without_device_numbers_is_listed_but_not_registered(self):
+        self.tty("ttyS0", "4:64")
+        self.tty("ttyS1", "4:x")
+        done = self.tty_lines("--raw", "--noheadings", "--output=name,id")
+        self.assertEqual(done.stdout, "ttyS0 0\nttyS1 \n")
+        self.expect_failure(done, "ttyS1: not registered: its device numbers cannot be read")
 
-    def test_by_driver_each_line_is_in_a_block_of_its_driver(self):
-        pi = raspberry_pi(self.directory)
-        status, output, messages = run(*pi.roots, "--by-driver", "--json")
-        blocks = [(block["tag"], block["category"], block["first"], block["size"],
-                   [line["name"] for line in block["children"]])
-                  for block in json.loads(output)["blocks"]]
-        self.assertEqual(blocks, [("ttyAMA", 1, 0, 1, ["ttyAMA0"]),
-                                  ("serial", 1, 1, 1, ["ttyS0"]),
-                                  ("acm", 2, 0, 1, ["ttyACM0"]),
-                                  ("usbserial", 2, 1, 2, ["ttyUSB1", "ttyUSB0"])])
-        self.assertEqual((status, messages), (0, ""))
+    def test_block_for_each_run_of_ids_of_a_driver(self):
+        self.tty("ttyAMA0", "204:64")
+        self.tty("ttyAMA1", "204:65")
+        self.tty("ttyS0", "4:64")
+        self.tty("ttyAMA3", "204:67")
+        done = self.tty_lines("--by-driver", "--output=id,first,size,registered,name")
+        self.assertEqual(done.stdout.splitlines(), [
+            "ID FIRST SIZE REGISTERED NAME",
+            "       0    2          2 ttyAMA",
+            " 0                       ├─ttyAMA0",
+            " 1                       └─ttyAMA1",
+            "       2    1          1 serial",
+            " 2                       └─ttyS0",
+            "       3    1          1 ttyAMA",
+            " 3                       └─ttyAMA3"])
 
-    def test_by_driver_a_line_within_anothers_block_gets_an_id_elsewhere(self):
-        machine = self.machine()
-        for number in range(3):
-            machine.tty(f"ttyS{number}", f"4:{64 + number}")
-        with Watching("0.02", *machine.roots, "--by-driver", "--all") as watching:
-            machine.unplug("ttyS1")  # its id stays in the block 0..2
-            self.assertEqual(watching.changes(), ["-ttyS1"])
-            machine.tty("ttyAMA1", "204:65")
-            [(_, line)] = watching.events()
-            self.assertEqual(line["id"], 3)
+    def test_blocks_without_a_tree(self):
+        self.tty("ttyS0", "4:64")
+        done = self.tty_lines("--by-driver", "--list", "--noheadings", "--output=name")
+        self.assertEqual(done.stdout, "serial\nttyS0\n")
 
-    def test_by_driver_ids_between_those_of_a_driver_are_free(self):
-        machine = self.machine()
-        machine.tty("ttyAMA0", "204:64")
-        machine.tty("ttyAMA10000", "204:65")
-        machine.tty("ttyS5", "4:67")
-        self.assertEqual(run(*machine.roots, "--by-driver", "--list", "-nrao", "name,id")[:2],
-                         (0, "ttyAMA \nttyAMA0 0\nserial \nttyS5 5\nttyAMA \nttyAMA10000 10000\n"))
+    def test_blocks_as_json(self):
+        self.tty("ttyS3", "4:67")
+        done = self.tty_lines("--by-driver", "--json", "--output=name,tag,size")
+        self.assertEqual(json.loads(done.stdout), {"blocks": [{
+            "name": None, "tag": "serial", "size": 1,
+            "children": [{"name": "ttyS3", "tag": None, "size": None}]}]})
 
-    def test_the_bus_of_a_line_tells_its_kind(self):
-        machine = self.machine()
-        [interface] = machine.usb("1-1", driver="usb_ch343", idVendor="1a86", idProduct="55d3")
-        machine.tty("ttyCH343USB0", "170:0", on=interface)
-        machine.tty("rfcomm0", "216:0", address="00:11:22:33:44:55", channel=3)
-        machine.tty("hvc0", "229:0")
-        machine.tty("com7", "9:9")
-        lines = lines_of(machine)
-        self.assertEqual({name: (line["kind"], line["category"]) for name, line in lines.items()},
-                         {"ttyCH343USB0": ("usb", 2), "hvc0": ("virtual", 4),
-                          "com7": ("other", 5), "rfcomm0": ("bluetooth", 5)})
-        self.assertEqual(lines["rfcomm0"]["detail"], "00:11:22:33:44:55, channel 3")
-
-    def test_a_line_that_cannot_be_registered_is_listed_and_reported(self):
-        machine = self.machine()
-        machine.tty("ttyS0", "4:64")
-        machine.tty("bad", "1x:2")
-        status, output, messages = run(*machine.roots, "--raw", "--noheadings", "--output=name,id")
-        self.assertEqual((status, output), (1, "ttyS0 0\nbad \n"))
-        self.assertEqual(messages,
-                         "tty-lines: bad: not registered: its device numbers cannot be read\n")
-
-    def test_a_category_that_is_full(self):
-        machine = self.machine()
-        for number in range(10002):
-            machine.tty(f"ttyS{number}", "4:64", node=False)
-        status, output, messages = run(*machine.roots, "--noheadings", "--output=id")
-        self.assertEqual(sorted(map(int, output.split())), list(range(10001)))
-        self.assertRegex(messages, "^tty-lines: ttyS[0-9]*: not registered: "
-                                   "category 1 has no free id\n$")
-        self.assertEqual(status, 1)
+    def test_ids_of_unplugged_lines_are_free_for_another_driver(self):
+        self.tty("ttyS0", "4:64")
+        self.tty("ttyS1", "4:65")
+        watch = self.watch("--by-driver", "--watch=600")
+        self.unplug("ttyS0")
+        self.unplug("ttyS1")
+        self.assertEqual(next_events(watch), [("-", "ttyS0", 0), ("-", "ttyS1", 1)])
+        self.tty("ttyAMA1", "204:65")
+        self.assertEqual(next_events(watch), [("+", "ttyAMA1", 1)])
 
 
-class Columns(OnAMadeMachine):
-    def test_a_serial_port(self):
-        machine = self.machine()
-        # A recent kernel: two steps between the line and its device.
-        machine.device("00:04", driver="serial")
-        machine.device("00:04/00:04:0", driver="ctrl")
-        port = machine.device("00:04/00:04:0/00:04:0.0", driver="port")
-        machine.tty("ttyS0", "4:64", on=port, type=4, port="0x3F8", irq=4, uartclk=24000000)
-        machine.write(machine.sysfs / "class/tty/console/active", "tty0 ttyS0\n")
-        line = lines_of(machine)["ttyS0"]
-        self.assertEqual({column: line[column] for column in (
-            "driver", "tty_driver", "uart", "address", "irq", "console", "device", "detail")}, {
-                "driver": "serial", "tty_driver": "serial", "uart": "16550A", "address": "0x3f8",
-                "irq": 4, "console": "yes", "device": "4:64",
-                "detail": "16550A at 0x3f8, irq 4, up to 1500000 baud"})
+class Columns(MadeMachine):
+    def test_serial_port(self):
+        self.tty("ttyS0", "4:64", type=4, port="0x3F8", irq=4, uartclk=24000000)
+        self.write("sysfs/class/tty/console/active", "tty0 ttyS0\n")
+        self.expect_line("ttyS0", device="4:64", tty_driver="serial", console="yes",
+                         uart="16550A", address="0x3f8", irq=4,
+                         detail="16550A at 0x3f8, irq 4, up to 1500000 baud")
 
-    def test_a_usb_adapter(self):
-        machine = self.machine()
-        interfaces = machine.usb("1-3.2", driver="ftdi_sio", interfaces=2, idVendor="0403",
-                                 idProduct="6010", manufacturer="FTDI", product="Dual RS232",
-                                 serial="FT5A")
-        machine.tty("ttyUSB1", "188:1", on=interfaces[1])
-        node = machine.dev / "ttyUSB1"
-        machine.link(machine.dev / "modem", node)
-        machine.link(machine.dev / "serial/by-id/usb-FTDI_Dual-if01", node)
-        machine.link(machine.dev / "serial/by-path/pci-0:3.2:1.1", node)
-        line = lines_of(machine)["ttyUSB1"]
-        self.assertEqual({column: line[column] for column in (
-            "driver", "vendor", "model", "serial", "usb_id", "port", "interface", "by_id",
-            "by_path", "links", "path", "detail")}, {
-                "driver": "ftdi_sio", "vendor": "FTDI", "model": "Dual RS232", "serial": "FT5A",
-                "usb_id": "0403:6010", "port": "1-3.2", "interface": "1",
-                "by_id": "usb-FTDI_Dual-if01", "by_path": "pci-0:3.2:1.1",
-                "links": "modem,serial/by-id/usb-FTDI_Dual-if01,serial/by-path/pci-0:3.2:1.1",
-                "path": str(node), "detail": "FTDI Dual RS232, serial FT5A, interface 1"})
+    def test_driver_of_a_serial_port_on_a_recent_kernel(self):
+        self.device("00:04", driver="dw-uart")
+        self.device("00:04/port", driver="port")
+        self.tty("ttyS0", "4:64", on="00:04/port")
+        self.expect_line("ttyS0", driver="dw-uart")
 
-    def test_an_adapter_that_does_not_tell_its_maker(self):
-        machine = self.machine()
-        [interface] = machine.usb("1-1", driver="ch341", idVendor="1a86", idProduct="7523")
-        machine.tty("ttyUSB0", "188:0", on=interface)
-        self.assertEqual(lines_of(machine)["ttyUSB0"]["detail"], "USB 1a86:7523")
-        machine.write(machine.udev / "data/c188:0", "S:serial/by-id/usb-1a86\n"
-                      "E:ID_VENDOR_FROM_DATABASE=QinHeng\nE:ID_MODEL_FROM_DATABASE=CH340\n")
-        self.assertEqual(lines_of(machine)["ttyUSB0"]["detail"], "QinHeng CH340")
+    def test_usb_adapter(self):
+        self.usb("ttyUSB1", "188:1", socket="1-3.2", interface=1, driver="ftdi_sio",
+                 idVendor="0403", idProduct="6010", manufacturer="FTDI", product="Dual RS232",
+                 serial="FT5A")
+        self.expect_line("ttyUSB1", usb_id="0403:6010", port="1-3.2", interface="1",
+                         driver="ftdi_sio", vendor="FTDI", model="Dual RS232", serial="FT5A",
+                         detail="FTDI Dual RS232, serial FT5A, interface 1")
 
-    def test_the_numbers_of_a_device_file_tell_whose_it_is(self):
-        machine = self.machine()
-        machine.tty("ttyS0", "4:64", node=False)
-        machine.tty("ttyS1", "4:65", node=False)
-        try:
-            os.mknod(machine.dev / "ttyS1", stat.S_IFCHR | 0o600, os.makedev(4, 64))
-        except PermissionError as error:
-            self.skipTest(str(error))
-        lines = lines_of(machine)
-        self.assertEqual((lines["ttyS0"]["path"], lines["ttyS1"]["path"]),
-                         (f"{machine.dev}/ttyS1", None))
+    def test_usb_adapter_named_by_udev(self):
+        self.usb("ttyUSB0", "188:0", socket="1-1", idVendor="1a86", idProduct="7523")
+        self.expect_line("ttyUSB0", detail="USB 1a86:7523")
+        self.write("udev/data/c188:0", "E:ID_VENDOR_FROM_DATABASE=QinHeng\n"
+                                       "E:ID_MODEL_FROM_DATABASE=CH340\n")
+        self.expect_line("ttyUSB0", detail="QinHeng CH340")
 
-    def test_who_may_open_a_line(self):
-        machine = self.machine()
-        machine.tty("ttyS0", "4:64", type=4)
-        (machine.dev / "ttyS0").chmod(0o660)
-        line = lines_of(machine)["ttyS0"]
-        self.assertEqual((line["mode"], line["access"]), ("rw-rw----", "rw"))
-        if os.getuid() != 0:
-            self.skipTest("only root can become another user")
-        line = lines_of(machine, user=NOBODY, group=NOBODY, extra_groups=[])["ttyS0"]
-        self.assertEqual((line["owner"], line["group"], line["access"], line["detail"]),
-                         ("root", "root", "-", "16550A; access: group root"))
+    def test_links(self):
+        self.tty("ttyUSB0", "188:0")
+        self.link("dev/modem", "dev/ttyUSB0")
+        self.link("dev/serial/by-id/usb-FTDI", "dev/ttyUSB0")
+        self.link("dev/serial/by-path/pci-3.2", "dev/ttyUSB0")
+        self.expect_line("ttyUSB0", by_id="usb-FTDI", by_path="pci-3.2",
+                         links="modem,serial/by-id/usb-FTDI,serial/by-path/pci-3.2")
 
-    def test_a_line_without_a_device_file(self):
-        machine = self.machine()
-        machine.tty("ttyS0", "4:64", node=False)
-        line = lines_of(machine)["ttyS0"]
-        self.assertEqual((line["path"], line["access"], line["detail"]),
-                         (None, "-", "no device file"))
+    @unittest.skipIf(os.getuid() != 0, "only root can run tty-lines as another user")
+    def test_access_by_group(self):
+        self.tty("ttyS0", "4:64", type=4)
+        (self.dev / "ttyS0").chmod(0o660)
+        self.expect_line("ttyS0", owner="root", mode="rw-rw----", access="rw", detail="16550A")
+        self.expect_line("ttyS0", user=NOBODY, access="-", detail="16550A; access: group root")
 
-    def test_the_session_on_a_line(self):
-        machine = self.machine()
-        machine.tty("tty2", "4:2")
-        machine.process(88, "login", terminal="4:2", foreground=90)
-        machine.process(91, "child", group=90, terminal="4:2", foreground=90)
-        self.assertEqual(lines_of(machine)["tty2"]["command"], "child")
-        machine.process(90, "a (b) c", terminal="4:2", foreground=90)
-        line = lines_of(machine)["tty2"]
-        self.assertEqual((line["pid"], line["command"]), (90, "a (b) c"))
+    def test_line_without_a_device_file(self):
+        self.tty("ttyS0", "4:64", node=False)
+        self.expect_line("ttyS0", path=None, access="-", detail="no device file")
 
-    def test_the_lock_file_of_a_process_that_lives(self):
-        machine = self.machine()
-        machine.process(70, "picocom")
-        for name, pid in ("ttyS0", 70), ("ttyS1", 71):
-            machine.tty(name, f"4:{64 + int(name[-1])}")
-            machine.write(machine.lock / f"LCK..{name}", f"{pid:10}\n")
-        lines = lines_of(machine)
-        self.assertEqual((lines["ttyS0"]["lock"], lines["ttyS1"]["lock"]), (70, None))
+    def test_foreground_job_of_a_session(self):
+        self.tty("tty2", "4:2")
+        self.process(88, "bash", group=88, terminal="4:2", foreground=90)
+        self.process(90, "a (b) c", group=90, terminal="4:2", foreground=90)
+        self.process(91, "child", group=90, terminal="4:2", foreground=90)
+        self.expect_line("tty2", pid=90, command="a (b) c")
+
+    def test_lock_file_counts_while_its_process_lives(self):
+        self.tty("ttyS0", "4:64")
+        self.write("lock/LCK..ttyS0", "        70\n")
+        self.expect_line("ttyS0", lock=None)
+        self.process(70, "picocom", group=70, terminal="0:0", foreground=0)
+        self.expect_line("ttyS0", lock=70)
 
 
-class CommandLine(OnAMadeMachine):
-    def listed(self, machine, *arguments):
-        _, output, _ = run(*machine.roots, "--raw", "--noheadings", "--output=name", *arguments)
-        return output.split()
+class Selection(MadeMachine):
+    def test_idle_lines_are_hidden(self):
+        self.tty("console", "5:1")
+        self.tty("tty0", "4:0", active="tty1")
+        self.tty("tty1", "4:1")
+        self.tty("tty2", "4:2")
+        self.tty("tty3", "4:3")
+        self.process(90, "login", group=90, terminal="4:3", foreground=90)
+        self.tty("ttyS0", "4:64", type=0)
+        self.tty("ttyS1", "4:65", type=4)
+        self.assertEqual(self.rows("name"), ["tty1", "tty3", "ttyS1"])
+        self.assertEqual(self.rows("name", "--all"), [
+            "tty0", "tty1", "tty2", "tty3", "ttyS0", "ttyS1", "console"])
+        self.assertEqual(self.rows("name", "--kind=serial"), ["ttyS0", "ttyS1"])
+        self.assertEqual(self.rows("name", "--category=5"), ["console"])
 
-    def test_idle_lines_are_left_out_unless_asked_for(self):
-        machine = self.machine()
-        machine.tty("console", "5:1")
-        machine.tty("tty1", "4:1")
-        machine.tty("tty2", "4:2")
-        machine.tty("ttyS0", "4:64", type=0)
-        machine.tty("ttyS1", "4:65", type=4)
-        machine.write(machine.sysfs / "class/tty/tty0/active", "tty1\n")
-        machine.write(machine.sysfs / "class/tty/tty0/dev", "4:0\n")
-        self.assertEqual(self.listed(machine), ["tty1", "ttyS1"])
-        self.assertEqual(self.listed(machine, "--kind=serial"), ["ttyS0", "ttyS1"])
-        self.assertEqual(self.listed(machine, "--category=0"), ["tty0", "tty1", "tty2"])
-        self.assertEqual(self.listed(machine, "--all"),
-                         ["tty0", "tty1", "tty2", "ttyS0", "ttyS1", "console"])
-        machine.process(90, "login", terminal="4:2", foreground=90)
-        self.assertEqual(self.listed(machine), ["tty1", "tty2", "ttyS1"])
+    def test_lines_by_name_and_by_path(self):
+        self.tty("ttyS0", "4:64", type=0)
+        self.tty("ttyS1", "4:65")
+        self.tty("ttyUSB0", "188:0")
+        self.link("dev/serial/by-id/usb-gps", "dev/ttyUSB0")
+        self.assertEqual(self.rows("name", "ttyS0", f"{self.dev}/serial/by-id/usb-gps"),
+                         ["ttyS0", "ttyUSB0"])
 
-    def test_lines_that_are_named(self):
-        pi = raspberry_pi(self.directory)
-        pi.link(pi.dev / "serial/by-id/usb-Arduino", pi.dev / "ttyACM0")
-        self.assertEqual(self.listed(pi, "ttyS0", f"{pi.dev}/serial/by-id/usb-Arduino"),
-                         ["ttyS0", "ttyACM0"])
-        pi.link(pi.root / "gps", pi.dev / "ttyACM0")
-        self.assertEqual(self.listed(pi, f"{pi.root}/gps", f"{pi.dev}//ttyS0"), ["ttyS0", "ttyACM0"])
-        status, output, messages = run(*pi.roots, "ttyS0", "ttyS9", "")
-        self.assertIn("ttyS0", output)
-        self.assertEqual((status, messages), (1, "tty-lines: : no such terminal line\n"
-                                                 "tty-lines: ttyS9: no such terminal line\n"))
+    def test_name_of_no_line(self):
+        self.tty("ttyS0", "4:64")
+        done = self.tty_lines("--output=name", "ttyS0", "ttyS9")
+        self.assertEqual(done.stdout, "NAME\nttyS0\n")
+        self.expect_failure(done, "ttyS9: no such terminal line")
 
-    def test_sorted_by_the_size_of_numbers(self):
-        machine = self.machine()
-        for number in 10, 9, 2:
-            machine.tty(f"ttyS{number}", f"4:{64 + number}", irq=12 - number, type=4)
-        self.assertEqual(self.listed(machine, "--sort=name"), ["ttyS2", "ttyS9", "ttyS10"])
-        self.assertEqual(self.listed(machine, "-xirq"), ["ttyS10", "ttyS9", "ttyS2"])
+    def test_missing_directory_is_reported_and_the_rest_is_listed(self):
+        self.tty("ttyS0", "4:64")
+        (self.dev / "pts").rmdir()
+        done = self.tty_lines("--output=name")
+        self.assertEqual(done.stdout, "NAME\nttyS0\n")
+        self.expect_failure(done, f"cannot read {self.dev}/pts: No such file or directory")
 
-    def test_forms_of_output(self):
-        machine = self.machine()
-        machine.tty("ttyS0", "4:64", type=4)
-        options = [*machine.roots, "--output=NAME,tty_driver,uart"]
-        self.assertEqual(run(*options)[1], "NAME  TTY-DRIVER UART\nttyS0 serial     16550A\n")
-        self.assertEqual(run(*options, "--raw", "-n")[1], "ttyS0 serial 16550A\n")
-        self.assertEqual(run(*options, "--pairs")[1],
-                         'NAME="ttyS0" TTY_DRIVER="serial" UART="16550A"\n')
-        self.assertEqual(json.loads(run(*options, "--json")[1]), {
-            "lines": [{"name": "ttyS0", "tty_driver": "serial", "uart": "16550A"}]})
-        self.assertEqual(run(*options, "--paths", "-n")[1].split()[0], f"{machine.dev}/ttyS0")
-        all_columns = [row.split()[0] for row in run("--list-columns")[1].splitlines()]
-        heading = run(*machine.roots, "-O")[1].split("\n", maxsplit=1)[0]
-        self.assertEqual(heading.split(), all_columns[:-3])  # those of a block are left out
+    def test_sort_by_the_size_of_numbers(self):
+        self.tty("ttyS2", "4:66", type=4, irq=10)
+        self.tty("ttyS10", "4:74", type=4, irq=9)
+        self.assertEqual(self.rows("name", "--sort=name"), ["ttyS2", "ttyS10"])
+        self.assertEqual(self.rows("name", "--sort=irq"), ["ttyS10", "ttyS2"])
 
-    def test_by_driver_as_a_tree_and_as_a_list(self):
-        pi = raspberry_pi(self.directory)
-        options = [*pi.roots, "--by-driver", "--noheadings", "--kind=usb", "--output=name"]
-        self.assertEqual(run(*options)[1].split(),
-                         ["acm", "└─ttyACM0", "usbserial", "├─ttyUSB1", "└─ttyUSB0"])
-        self.assertEqual(run(*options, "--list")[1].split(),
-                         ["acm", "ttyACM0", "usbserial", "ttyUSB1", "ttyUSB0"])
 
-    def test_the_default_view_fits_80_columns(self):
-        rows = run_on_terminal(80, *raspberry_pi(self.directory).roots)
-        self.assertEqual([row.rstrip() for row in rows], [
-            "NAME    DETAIL                       PORT",
+class Output(MadeMachine):
+    def test_default_table_on_a_terminal_of_80_columns(self):
+        self.tty("ttyAMA0", "204:64", type=32, iomem_base="0xFE201000", irq=37)
+        self.tty("ttyS1", "4:65", type=0)
+        self.usb("ttyACM0", "166:0", socket="1-1.4", idVendor="2341", manufacturer="Arduino",
+                 product="Uno", serial="7553")
+        self.usb("ttyUSB1", "188:1", socket="1-1.3", idVendor="0403", manufacturer="FTDI",
+                 product="FT232R USB UART")
+        master, slave = open_terminal(columns=80)
+        self.tty_lines(stdout=slave)
+        os.write(slave, b"end\n")
+        with open(master) as screen:
+            rows = [row.rstrip() for row in iter(screen.readline, "end\n")]
+        self.assertEqual(rows, [
+            "NAME    DETAIL                      PORT",
             "ttyAMA0 PL011 at 0xfe201000, irq 37",
-            "ttyS0   16550A at 0xfe215040, irq 38",
-            "ttyACM0 Arduino Uno, serial 7553     1-1.4",
-            "ttyUSB1 FTDI FT232R USB UART         1-1.3",
-            "ttyUSB0 FTDI FT232R USB UART         1-1.2",
-            "5 lines: 2 serial, 3 usb"])
+            "ttyACM0 Arduino Uno, serial 7553    1-1.4",
+            "ttyUSB1 FTDI FT232R USB UART        1-1.3",
+            "4 lines: 2 serial, 2 usb",
+            "1 idle line not shown; --all shows it"])
 
-    def test_names_cannot_move_the_cursor(self):
-        machine = self.machine()
-        machine.tty("\u202eé\x1b\udcff", "9:1")
-        for locale, letter in ("C", r"\xc3\xa9"), ("C.UTF-8", "é"):
-            _, output, _ = run(*machine.roots, "--noheadings", "--output=name", locale=locale)
-            self.assertEqual(output, rf"\xe2\x80\xae{letter}\x1b\xff" "\n")
-        [name] = lines_of(machine)
-        self.assertEqual(name, "\u202eé\x1b\ufffd")
+    def test_formats(self):
+        self.tty("ttyS0", "4:64", type=4, irq=4)
+        for option, expected in {
+                "--noheadings": "ttyS0 serial       4\n",
+                "--raw": "NAME TTY-DRIVER IRQ\nttyS0 serial 4\n",
+                "--pairs": 'NAME="ttyS0" TTY_DRIVER="serial" IRQ="4"\n'}.items():
+            with self.subTest(option):
+                done = self.tty_lines("--output=name,tty_driver,irq", option)
+                self.assertEqual(done.stdout, expected)
 
-    def test_mistakes(self):
+    def test_full_paths_as_names(self):
+        self.tty("ttyS0", "4:64")
+        self.assertEqual(self.rows("name", "--paths"), [f"{self.dev}/ttyS0"])
+
+    def test_escapes_for_what_could_move_the_cursor(self):
+        self.tty("é\x1b[2J\u202e", "9:1")
+        done = self.tty_lines("--noheadings", "--output=name")
+        self.assertEqual(done.stdout, "é\\x1b[2J\\xe2\\x80\\xae\n")
+
+    def test_mistakes_on_the_command_line(self):
         for argument, message in {
-                "--bogus": "unrecognized option '--bogus'",
-                "-oname,": "unknown column: ''",
-                "-xnone": "unknown column: 'none'",
-                "-kx": "unknown kind: 'x'",
+                "--output=name,": "unknown column: ''",
                 "--category=6": "bad category: '6'",
-                "-JP": "--json, --pairs and --raw exclude each other",
-                "--watch=nan": "bad number of seconds: 'nan'"}.items():
+                "--watch=1m": "bad number of seconds: '1m'",
+                "-JP": "--json, --pairs and --raw exclude each other"}.items():
             with self.subTest(argument):
-                self.assertEqual(run(argument), (
-                    2, "", f"tty-lines: {message}\nTry 'tty-lines --help' for more information.\n"))
+                done = run(argument)
+                self.assertEqual(done.stderr, f"tty-lines: {message}\n"
+                                              "Try 'tty-lines --help' for more information.\n")
+                self.assertEqual(done.returncode, 2)
 
-    def test_output_that_cannot_be_written(self):
-        full = os.open("/dev/full", os.O_WRONLY)
-        self.assertEqual(run(stdout=full)[::2],
-                         (1, "tty-lines: standard output: No space left on device\n"))
-        os.close(full)
+    def test_full_disk(self):
+        with open("/dev/full", "w") as full:
+            done = run("--help", stdout=full)
+        self.expect_failure(done, "standard output: No space left on device")
 
-    def test_what_is_missing_is_named_and_the_rest_is_listed(self):
-        machine = self.machine()
-        machine.tty("ttyS0", "4:64", type=4)
-        (machine.dev / "pts").rmdir()
-        (machine.proc / "tty/drivers").unlink()
-        status, output, messages = run(*machine.roots, "--noheadings", "--output=name")
-        self.assertEqual((status, output), (1, "ttyS0\n"))
-        self.assertEqual(messages, f"tty-lines: cannot read "
-                                   f"{machine.proc}/tty/drivers: No such file or directory, "
-                                   f"{machine.dev}/pts: No such file or directory\n")
-
-    def test_completion_knows_options_and_columns(self):
-        def completed(*words):
-            script = (f'source "{COMPLETION}"; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); '
-                      f'_tty_lines "{PROGRAM}" "${{@: -1}}" "${{@: -2:1}}"; echo "${{COMPREPLY[@]}}"')
-            done = subprocess.run(["bash", "-c", script, "bash", "tty-lines", *words],
-                                  stdout=subprocess.PIPE, check=True, text=True)
-            return done.stdout.split()
-
-        self.assertEqual(completed("--pa"), ["--paths", "--pairs"])
-        self.assertEqual(completed("-o", "name,by"), ["name,BY-ID", "name,BY-PATH"])
-        self.assertEqual(completed("-x", "US"), ["USERS", "USB-ID"])
-        self.assertEqual(completed("-k", "b"), ["bluetooth"])
-        self.assertIn("ptmx", completed("pt"))
+    def test_completion_of_columns_in_bash(self):
+        script = 'source "$0"; _tty_lines "$1" name,by --output; echo "${COMPREPLY[@]}"'
+        completed = subprocess.check_output(["bash", "-c", script, COMPLETION, PROGRAM])
+        self.assertEqual(completed, b"name,BY-ID name,BY-PATH\n")
 
 
-class Watch(OnAMadeMachine):
-    def test_events_add_up_to_the_machine(self):
-        chance = random.Random(1)
-        names = {"ttyS0": "4:64", "ttyS2": "4:66", "ttyAMA0": "204:64", "ttyAMA2": "204:66",
-                 "one": "9:1", "two": "9:2"}
-        for option in "--all", "--by-driver":
-            with self.subTest(option), tempfile.TemporaryDirectory() as directory:
-                machine = Machine(directory)
-                shown = {}
-                with Watching("0.02", *machine.roots, option) as watching:
-                    for _ in range(20):
-                        there = {name for name in names if chance.random() < 0.6}
-                        for name in set(shown) - there:
-                            machine.unplug(name)
-                        for name in there - set(shown):
-                            machine.tty(name, names[name])
-                        while set(shown) != there:
-                            for event, line in watching.events():
-                                if event == "+":
-                                    self.assertNotIn(line["name"], shown)
-                                    shown[line["name"]] = (line["category"], line["id"])
-                                else:
-                                    self.assertEqual(shown.pop(line["name"]),
-                                                     (line["category"], line["id"]))
-                        self.assertEqual(len(set(shown.values())), len(shown))
+class Watch(MadeMachine):
+    def test_line_keeps_its_id_while_others_go_and_come(self):
+        self.tty("ttyACM0", "166:0")
+        self.tty("ttyUSB0", "188:0")  # gets the id 1
+        watch = self.watch("--watch=600")
+        self.unplug("ttyACM0")
+        self.assertEqual(next_events(watch), [("-", "ttyACM0", 0)])
+        self.tty("ttyACM1", "166:1")
+        self.assertEqual(next_events(watch), [("+", "ttyACM1", 2)])
 
-    def test_a_line_that_becomes_another_goes_and_comes(self):
-        machine = self.machine()
-        [interface] = machine.usb("1-1", driver="ftdi_sio", idVendor="0403", idProduct="6001")
-        machine.tty("ttyUSB0", "188:0", on=interface)
-        with Watching("0.02", *machine.roots) as watching:
-            machine.process(70, "sh", terminal="188:0", foreground=70)  # no event
-            machine.write(machine.sysfs / "devices/1-1/serial", "A5001XYZ\n")
-            self.assertEqual(watching.changes(), ["-ttyUSB0", "+ttyUSB0"])
+    def test_line_that_becomes_another_goes_and_comes(self):
+        self.usb("ttyUSB0", "188:0", socket="1-1", idVendor="0403")
+        watch = self.watch("--watch", "0.02")
+        self.process(70, "sh", group=70, terminal="188:0", foreground=70)  # no event
+        self.write("sysfs/devices/1-1/serial", "A5001XYZ\n")
+        self.assertEqual(next_events(watch), [("-", "ttyUSB0", 0), ("+", "ttyUSB0", 0)])
 
-    @unittest.skipIf(b"__ubsan" in pathlib.Path(PROGRAM).read_bytes(),
-                     "the sanitizer itself needs descriptors to look at an exception")
-    def test_a_scan_that_fails_is_reported_once(self):
-        machine = self.machine()
-        machine.tty("ttyS0", "4:64", type=4)
-        with Watching("0.02", *machine.roots, stderr=subprocess.PIPE) as watching:
-            pid = watching.process.pid
-            resource.prlimit(pid, resource.RLIMIT_NOFILE, (3, 64))
-            self.assertIn(b"Too many open files", watching.process.stderr.readline())
-            machine.tty("ttyS1", "4:65", type=4)
-            resource.prlimit(pid, resource.RLIMIT_NOFILE, (64, 64))
-            self.assertEqual(watching.changes(), ["+ttyS1"])
-            watching.process.send_signal(signal.SIGTERM)
-            self.assertEqual(watching.process.stderr.read(), b"")
-            watching.process.stderr.close()
-            self.assertEqual(watching.process.wait(), 0)
-
-    def test_the_kernel_announces_devices(self):
-        try:
-            kernel = self.enterContext(socket.socket(socket.AF_NETLINK, socket.SOCK_RAW, 15))
-            kernel.sendto(b"x", (0, 1))
-        except OSError as error:
-            self.skipTest(str(error))
-        machine = self.machine()
-        machine.tty("ttyS0", "4:64", type=4)
-        with Watching("600", *machine.roots) as watching:
-            machine.write(machine.sysfs / "class/tty/ttyS0/irq", "7\n")
+    @unittest.skipIf(os.getuid() != 0, "only root can speak as the kernel")
+    def test_announcement_of_the_kernel(self):
+        self.tty("ttyS0", "4:64", type=4)
+        watch = self.watch("--watch=600")
+        self.write("sysfs/class/tty/ttyS0/irq", "7\n")
+        with socket.socket(socket.AF_NETLINK, socket.SOCK_RAW, 15) as kernel:
             kernel.sendto(b"add@/devices/x\0SUBSYSTEM=tty\0", (0, 1))
-            self.assertEqual(watching.changes(), ["-ttyS0", "+ttyS0"])
+        self.assertEqual(next_events(watch), [("-", "ttyS0", 0), ("+", "ttyS0", 0)])
+
+    def test_end_of_the_reader(self):
+        watch = self.watch("--watch=600")
+        watch.stdout.close()
+        self.assertEqual(watch.wait(), 0)
 
 
-class OnThisMachine(unittest.TestCase):
-    def test_a_terminal_in_use(self):
-        with Watching("600") as watching:
-            master, slave = open_terminal(132)
-            name = os.ttyname(slave)[len("/dev/"):]
-            line = {}
-            while line.get("name") != name:
-                for _, line in watching.events():
-                    if line["name"] == name:
-                        break
-            self.assertEqual((line["size"], line["speed"], line["pid"]), ("132x50", 38400, os.getpid()))
-            sleep = subprocess.Popen(["sleep", "600"], pass_fds=[slave])
-            line = json.loads(run("--json", name)[1])["lines"][0]
-            self.assertIn(f"{sleep.pid}:sleep", line["users"].split(","))
-            self.assertRegex(line["command"], r" \+1$")
-            sleep.kill()
-            sleep.wait()
-            os.close(master)
-            os.close(slave)
+class ThisMachine(unittest.TestCase):
+    def test_terminal_in_use(self):
+        master, slave = open_terminal(columns=132)
+        self.addCleanup(os.close, master)
+        self.addCleanup(os.close, slave)
+        sleep = self.enterContext(subprocess.Popen(["sleep", "600"], pass_fds=[slave]))
+        self.addCleanup(sleep.kill)
+        done = run("--json", os.ttyname(slave))
+        [line] = json.loads(done.stdout)["lines"]
+        self.assertEqual((line["size"], line["speed"]), ("132x50", 38400))
+        self.assertIn(f"{sleep.pid}:sleep", line["users"].split(","))
+        self.assertRegex(line["command"], r" \+1$")  # this process has it open too
 
-    def test_a_terminal_that_nobody_uses_is_not_opened(self):
+    def test_terminal_that_nobody_uses_is_not_opened(self):
         master = os.open("/dev/ptmx", os.O_RDWR | os.O_NOCTTY | os.O_NONBLOCK)
-        unlock = 0x40045431  # TIOCSPTLCK
-        fcntl.ioctl(master, unlock, struct.pack("i", 0))
+        self.addCleanup(os.close, master)
+        fcntl.ioctl(master, 0x40045431, struct.pack("i", 0))  # TIOCSPTLCK unlocks it
         run("--all")
-        # An error here would say that a user has hung up.
+        # A hangup would be another error: somebody opened and closed it.
         self.assertRaises(BlockingIOError, os.read, master, 1)
-        os.close(master)
 
 
-faulthandler.dump_traceback_later(240, exit=True)  # says where it hangs
+faulthandler.dump_traceback_later(240, exit=True)  # a hanging test reports where it is
 unittest.main(verbosity=2)
