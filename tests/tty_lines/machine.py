@@ -67,7 +67,7 @@ class MadeMachine(unittest.TestCase):
         self.device(path, driver=driver, bInterfaceNumber=f"{interface:02}")
         self.tty(name, numbers, on=path)
 
-    def process(self, pid, command, *, group, terminal, foreground):
+    def process(self, pid, command, *, group=1, terminal="0:0", foreground=0):
         """Adds a process.  `foreground` is the foreground process group of its terminal."""
         major, minor = map(int, terminal.split(":"))
         self.write(f"proc/{pid}/stat",
