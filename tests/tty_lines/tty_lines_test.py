@@ -11,18 +11,18 @@ import sys
 import termios
 import unittest
 
-import machine
+from machine import MadeMachine
 
 PROGRAM = os.path.abspath(sys.argv.pop(1))
 COMPLETION = pathlib.Path(__file__).parents[2] / "tools/completions/tty-lines"
-NOBODY = 65534
+NOBODY = {"user": 65534, "group": 65534, "extra_groups": []}
 os.environ["LC_ALL"] = "C.UTF-8"
 
 
 def run(*arguments, stdout=subprocess.PIPE, **more):
     """Runs tty-lines, and returns its returncode, stdout and stderr."""
     return subprocess.run([PROGRAM, *arguments], stdout=stdout, stderr=subprocess.PIPE, text=True,
-                          timeout=60, check=False, **more)
+                          timeout=60, **more)
 
 
 def open_terminal(columns):
@@ -38,7 +38,7 @@ def next_events(watch):
     return [(event["event"], event["name"], event["id"]) for event in events]
 
 
-class MadeMachine(machine.MadeMachine):
+class TtyLinesTest(MadeMachine):
     def tty_lines(self, *arguments, **more):
         return run(*self.directories, *arguments, **more)
 
@@ -57,8 +57,8 @@ class MadeMachine(machine.MadeMachine):
         return watch
 
     def expect_line(self, name, user=None, **expected):
-        """Expects some columns of a line, as listed by a user."""
-        done = self.tty_lines("--json", name, user=user, group=user, extra_groups=user and [])
+        """Expects columns of a line, as listed by a user."""
+        done = self.tty_lines("--json", name, **(user or {}))
         [line] = json.loads(done.stdout)["lines"]
         self.assertEqual({column: line[column] for column in expected}, expected)
 
@@ -67,8 +67,8 @@ class MadeMachine(machine.MadeMachine):
         self.assertEqual(done.returncode, 1)
 
 
-class Registration(MadeMachine):
-    def test_id_is_the_number_in_the_name_or_else_the_lowest_that_no_name_has(self):
+class Registration(TtyLinesTest):
+    def test_id_is_the_number_in_the_name_or_else_the_lowest_that_no_name_asks_for(self):
         self.tty("ttyAMA0", "204:64")
         self.tty("ttyS0", "4:64")
         self.tty("ttyS1", "4:65")
@@ -136,7 +136,7 @@ class Registration(MadeMachine):
         self.assertEqual(next_events(watch), [("+", "ttyAMA1", 1)])
 
 
-class Columns(MadeMachine):
+class Columns(TtyLinesTest):
     def test_serial_port(self):
         self.tty("ttyS0", "4:64", type=4, port="0x3F8", irq=4, uartclk=24000000)
         self.write("sysfs/class/tty/console/active", "tty0 ttyS0\n")
@@ -175,10 +175,10 @@ class Columns(MadeMachine):
 
     @unittest.skipIf(os.getuid() != 0, "only root can run tty-lines as another user")
     def test_access_by_group(self):
-        self.tty("ttyS0", "4:64", type=4)
+        self.tty("ttyS0", "4:64")
         (self.dev / "ttyS0").chmod(0o660)
-        self.expect_line("ttyS0", owner="root", mode="rw-rw----", access="rw", detail="16550A")
-        self.expect_line("ttyS0", user=NOBODY, access="-", detail="16550A; access: group root")
+        self.expect_line("ttyS0", owner="root", mode="rw-rw----", access="rw")
+        self.expect_line("ttyS0", user=NOBODY, access="-", detail="access: group root")
 
     def test_line_without_a_device_file(self):
         self.tty("ttyS0", "4:64", node=False)
@@ -199,7 +199,7 @@ class Columns(MadeMachine):
         self.expect_line("ttyS0", lock=70)
 
 
-class Selection(MadeMachine):
+class Selection(TtyLinesTest):
     def test_idle_lines_are_hidden(self):
         self.tty("console", "5:1")
         self.tty("tty0", "4:0", active="tty1")
@@ -244,7 +244,7 @@ class Selection(MadeMachine):
         self.assertEqual(self.rows("name", "--sort=irq"), ["ttyS10", "ttyS2"])
 
 
-class Output(MadeMachine):
+class Output(TtyLinesTest):
     def test_default_table_is_cut_to_the_width_of_the_terminal(self):
         self.tty("ttyAMA0", "204:64", type=32, iomem_base="0xFE201000", irq=37)
         self.tty("ttyS1", "4:65", type=0)
@@ -307,7 +307,7 @@ class Output(MadeMachine):
         self.assertEqual(completed, b"name,BY-ID name,BY-PATH\n")
 
 
-class Watch(MadeMachine):
+class Watch(TtyLinesTest):
     def test_line_keeps_its_id_while_others_go_and_come(self):
         self.tty("ttyACM0", "166:0")
         self.tty("ttyUSB0", "188:0")  # gets the id 1
@@ -323,13 +323,15 @@ class Watch(MadeMachine):
         self.write("sysfs/devices/1-1/serial", "A5001XYZ\n")
         self.assertEqual(next_events(watch), [("-", "ttyUSB0", 0), ("+", "ttyUSB0", 0)])
 
-    @unittest.skipIf(os.getuid() != 0, "only root can speak as the kernel")
     def test_announcement_of_the_kernel(self):
         self.tty("ttyS0", "4:64", type=4)
         watch = self.watch("--watch=600")
         self.write("sysfs/class/tty/ttyS0/irq", "7\n")
-        with socket.socket(socket.AF_NETLINK, socket.SOCK_RAW, 15) as kernel:
+        kernel = self.enterContext(socket.socket(socket.AF_NETLINK, socket.SOCK_RAW, 15))
+        try:
             kernel.sendto(b"add@/devices/x\0SUBSYSTEM=tty\0", (0, 1))
+        except PermissionError as error:
+            self.skipTest(error)
         self.assertEqual(next_events(watch), [("-", "ttyS0", 0), ("+", "ttyS0", 0)])
 
     def test_end_of_the_reader(self):
