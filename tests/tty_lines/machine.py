@@ -26,7 +26,7 @@ class MadeMachine(unittest.TestCase):
         (self.dev / "pts").mkdir(parents=True)
 
     def write(self, path, text):
-        """Writes a file.  A tty-lines that is running sees the old text or the new one."""
+        """Writes a file.  A running tty-lines sees the old text or the new one."""
         file = self.root / path
         file.parent.mkdir(parents=True, exist_ok=True)
         new = self.root / "new file"
@@ -42,7 +42,7 @@ class MadeMachine(unittest.TestCase):
     def tty(self, name, numbers, *, on=None, node=True, **attributes):
         """Adds a line with its device numbers, such as "4:64", and its other attributes in sysfs.
 
-        `on` is the path of its device; `node` says whether it has a device file.
+        `on` is the path of its device, and `node` whether it has a device file.
         """
         if node:
             self.write(f"dev/{name}", "")

@@ -33,7 +33,7 @@ def open_terminal(columns):
 
 
 def next_events(watch):
-    """Returns the next events, such as [("+", "ttyS0", 0)], with the ids of the lines."""
+    """Returns the next events, such as [("+", "ttyS0", 0)]: event, name and id."""
     events = json.loads(watch.stdout.readline())["events"]
     return [(event["event"], event["name"], event["id"]) for event in events]
 
@@ -57,7 +57,7 @@ class TtyLinesTest(MadeMachine):
         return watch
 
     def expect_line(self, name, user=None, **expected):
-        """Expects columns of a line, as listed by a user."""
+        """Expects these columns of a line, as this user sees them."""
         done = self.tty_lines("--json", name, **(user or {}))
         [line] = json.loads(done.stdout)["lines"]
         self.assertEqual({column: line[column] for column in expected}, expected)
@@ -72,6 +72,7 @@ class Registration(TtyLinesTest):
         self.tty("ttyAMA0", "204:64")
         self.tty("ttyS0", "4:64")
         self.tty("ttyS1", "4:65")
+        # ttyAMA0 has the number of ttyS0 too, and 1 is the number of ttyS1.
         self.assertEqual(self.rows("name,id"), ["ttyAMA0 0", "ttyS1 1", "ttyS0 2"])
 
     def test_kind_and_category(self):
@@ -81,6 +82,7 @@ class Registration(TtyLinesTest):
         self.tty("hvc0", "229:0")
         self.tty("rfcomm0", "216:0")
         self.tty("com7", "9:9")
+        # ttyMI0 and ttyMI1 have the same driver, but ttyMI1 is on USB.
         self.assertEqual(self.rows("name,kind,category", "--all"), [
             "tty7 console 0",
             "ttyMI0 serial 1",
@@ -92,6 +94,7 @@ class Registration(TtyLinesTest):
     def test_line_without_device_numbers_is_listed_but_not_registered(self):
         self.tty("ttyS0", "4:64")
         self.tty("com7", "9:x")
+        # "serial" is the block of ttyS0.
         done = self.tty_lines("--by-driver", "--raw", "--output=name,id")
         self.assertEqual(done.stdout, "NAME ID\nserial \nttyS0 0\ncom7 \n")
         self.expect_failure(done, "com7: not registered: its device numbers cannot be read")
@@ -138,6 +141,7 @@ class Registration(TtyLinesTest):
 
 class Columns(TtyLinesTest):
     def test_serial_port(self):
+        # Type 4 is a 16550A.  It divides its clock by 16.
         self.tty("ttyS0", "4:64", type=4, port="0x3F8", irq=4, uartclk=24000000)
         self.write("sysfs/class/tty/console/active", "tty0 ttyS0\n")
         self.expect_line("ttyS0", device="4:64", tty_driver="serial", console="yes",
@@ -145,6 +149,7 @@ class Columns(TtyLinesTest):
                          detail="16550A at 0x3f8, irq 4, up to 1500000 baud")
 
     def test_driver_of_a_serial_port_on_a_recent_kernel(self):
+        # Recent kernels put a device of their own between the line and its device.
         self.device("00:04", driver="dw-uart")
         self.device("00:04/port", driver="port")
         self.tty("ttyS0", "4:64", on="00:04/port")
@@ -185,6 +190,7 @@ class Columns(TtyLinesTest):
         self.expect_line("ttyS0", path=None, access="-", detail="no device file")
 
     def test_foreground_job_of_a_session(self):
+        # The foreground process group is 90.
         self.tty("tty2", "4:2")
         self.process(88, "bash", group=88, terminal="4:2", foreground=90)
         self.process(90, "a (b) c", group=90, terminal="4:2", foreground=90)
@@ -201,6 +207,7 @@ class Columns(TtyLinesTest):
 
 class Selection(TtyLinesTest):
     def test_idle_lines_are_hidden(self):
+        # tty1 is on the screen, tty3 has a session, and ttyS0 has no UART.
         self.tty("console", "5:1")
         self.tty("tty0", "4:0", active="tty1")
         self.tty("tty1", "4:1")
@@ -228,6 +235,7 @@ class Selection(TtyLinesTest):
         done = self.tty_lines("--output=name", "ttyS0", "ttyS9")
         self.assertEqual(done.stdout, "NAME\nttyS0\n")
         self.expect_failure(done, "ttyS9: no such terminal line")
+        # An empty word is no name either.
         self.assertEqual(self.rows("name", ""), [])
 
     def test_missing_directory_is_reported_and_the_rest_is_listed(self):
@@ -254,6 +262,7 @@ class Output(TtyLinesTest):
                  product="FT232R USB UART")
         master, slave = open_terminal(columns=36)
         self.tty_lines(stdout=slave)
+        # A terminal has no end of file.
         os.write(slave, b"end\n")
         with open(master) as screen:
             rows = [row.rstrip() for row in iter(screen.readline, "end\n")]
@@ -280,6 +289,7 @@ class Output(TtyLinesTest):
         self.assertEqual(self.rows("name", "--paths"), [f"{self.dev}/ttyS0"])
 
     def test_escapes_for_what_could_move_the_cursor(self):
+        # An escape sequence, and a character that reverses the direction of writing.
         self.tty("é\x1b[2J\u202e", "9:1")
         done = self.tty_lines("--noheadings", "--output=name")
         self.assertEqual(done.stdout, "é\\x1b[2J\\xe2\\x80\\xae\n")
@@ -310,15 +320,18 @@ class Output(TtyLinesTest):
 class Watch(TtyLinesTest):
     def test_line_keeps_its_id_while_others_go_and_come(self):
         self.tty("ttyACM0", "166:0")
-        self.tty("ttyUSB0", "188:0")  # gets the id 1
+        # Since 0 is taken, this line gets the id 1.
+        self.tty("ttyUSB0", "188:0")
         watch = self.watch("--watch=600")
         self.unplug("ttyACM0")
         self.assertEqual(next_events(watch), [("-", "ttyACM0", 0)])
         self.tty("ttyACM1", "166:1")
+        # The id 1 is still taken, and 0 is kept for a line of that number, such as ttyUSB0.
         self.assertEqual(next_events(watch), [("+", "ttyACM1", 2)])
 
     def test_line_that_becomes_another_goes_and_comes(self):
         self.usb("ttyUSB0", "188:0", socket="1-1", idVendor="0403")
+        # Nothing announces this change.  The next look finds it.
         watch = self.watch("--watch", "0.02")
         self.write("sysfs/devices/1-1/serial", "A5001XYZ\n")
         self.assertEqual(next_events(watch), [("-", "ttyUSB0", 0), ("+", "ttyUSB0", 0)])
@@ -327,6 +340,7 @@ class Watch(TtyLinesTest):
         self.tty("ttyS0", "4:64", type=4)
         watch = self.watch("--watch=600")
         self.write("sysfs/class/tty/ttyS0/irq", "7\n")
+        # 15 is NETLINK_KOBJECT_UEVENT, whose group 1 hears of all devices.
         kernel = self.enterContext(socket.socket(socket.AF_NETLINK, socket.SOCK_RAW, 15))
         try:
             kernel.sendto(b"add@/devices/x\0SUBSYSTEM=tty\0", (0, 1))
@@ -355,7 +369,7 @@ class ThisMachine(unittest.TestCase):
         master = os.open("/dev/ptmx", os.O_RDWR | os.O_NOCTTY | os.O_NONBLOCK)
         fcntl.ioctl(master, 0x40045431, bytes(4))  # TIOCSPTLCK unlocks it
         run("--all")
-        # A hangup would be another error: somebody opened and closed it.
+        # If tty-lines had opened and closed it, this would be a hangup: another error.
         self.assertRaises(BlockingIOError, os.read, master, 1)
 
 
