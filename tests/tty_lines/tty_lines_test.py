@@ -170,7 +170,7 @@ class Columns(TtyLinesTest):
                                        "E:ID_MODEL_FROM_DATABASE=CH340\n")
         self.expect_line("ttyUSB0", detail="QinHeng CH340")
 
-    def test_links(self):
+    def test_links_to_the_device_file(self):
         self.tty("ttyUSB0", "188:0")
         self.link("dev/modem", "dev/ttyUSB0")
         self.link("dev/serial/by-id/usb-FTDI", "dev/ttyUSB0")
@@ -230,7 +230,7 @@ class Selection(TtyLinesTest):
         self.assertEqual(self.rows("name", "ttyS0", f"{self.dev}/serial/by-id/usb-gps"),
                          ["ttyS0", "ttyUSB0"])
 
-    def test_name_of_no_line(self):
+    def test_unknown_name(self):
         self.tty("ttyS0", "4:64")
         done = self.tty_lines("--output=name", "ttyS0", "ttyS9")
         self.assertEqual(done.stdout, "NAME\nttyS0\n")
@@ -336,7 +336,7 @@ class Watch(TtyLinesTest):
         self.write("sysfs/devices/1-1/serial", "A5001XYZ\n")
         self.assertEqual(next_events(watch), [("-", "ttyUSB0", 0), ("+", "ttyUSB0", 0)])
 
-    def test_announcement_of_the_kernel(self):
+    def test_kernel_announces_a_change(self):
         self.tty("ttyS0", "4:64", type=4)
         watch = self.watch("--watch=600")
         self.write("sysfs/class/tty/ttyS0/irq", "7\n")
@@ -348,7 +348,7 @@ class Watch(TtyLinesTest):
             self.skipTest(error)
         self.assertEqual(next_events(watch), [("-", "ttyS0", 0), ("+", "ttyS0", 0)])
 
-    def test_end_of_the_reader(self):
+    def test_watch_ends_with_its_reader(self):
         watch = self.watch("--watch=600")
         watch.stdout.close()
         self.assertEqual(watch.wait(), 0)
