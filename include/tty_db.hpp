@@ -308,7 +308,7 @@ class entry {
 
   /**
    * Attaches a new item to the entry: an array of `count` T, filled with zeros.
-   * It lives until the item is destroyed or the line deregistered.
+   * It lives until the item is destroyed or the line deregistered.  Fails as tty_db_item_create().
    * @return its first element; null on failure
    */
   template <class T, class... Ec>
@@ -324,7 +324,7 @@ class entry {
   }
 
   /**
-   * Attaches a new item to the entry: one T, filled with zeros.
+   * Attaches a new item to the entry: one T, filled with zeros.  Fails as tty_db_item_create().
    * @return the item; with an error code, null on failure
    */
   template <class T>
@@ -339,7 +339,7 @@ class entry {
 
   /**
    * Gets an item by its key.  T must be the type that the item was created with: this is not
-   * checked.
+   * checked.  Fails as tty_db_item_get().
    * @return the item, or the first element of an array; with an error code, null on failure
    */
   template <class T>
@@ -361,7 +361,7 @@ class entry {
     return static_cast<T*>(item);
   }
 
-  /** Frees an item and its data. */
+  /** Frees an item and its data.  Fails as tty_db_item_destroy(). */
   template <class... Ec>
   void destroy(std::uint32_t key, Ec&... ec) const noexcept(detail::reports<Ec...>) {
     detail::check(tty_db_item_destroy(native_handle(), key), "tty_db_item_destroy", ec...);
@@ -402,7 +402,7 @@ class block {
   friend bool operator==(block left, block right) noexcept { return left.block_ == right.block_; }
   friend bool operator!=(block left, block right) noexcept { return !(left == right); }
 
-  /** Gives the block a new range of ids; see tty_db_block_resize(). */
+  /** Gives the block a new range of ids.  Fails as tty_db_block_resize(). */
   template <class... Ec>
   void resize(std::uint32_t first_id, std::uint32_t count,
               implicit_dereg dereg = implicit_dereg::allow, Ec&... ec) const
@@ -412,7 +412,10 @@ class block {
         "tty_db_block_resize", ec...);
   }
 
-  /** Releases the block.  On success this is empty, and its copies are invalid. */
+  /**
+   * Releases the block.  On success this is empty, and its copies are invalid.
+   * Fails as tty_db_block_release().
+   */
   template <class... Ec>
   void release(implicit_dereg dereg = implicit_dereg::allow,
                Ec&... ec) noexcept(detail::reports<Ec...>) {
@@ -422,7 +425,10 @@ class block {
     }
   }
 
-  /** Copies the block's details; all zeros on failure. */
+  /**
+   * Copies the block's details; all zeros on failure.
+   * Fails as tty_db_block_details_from_handle().
+   */
   template <class... Ec>
   block_details details(Ec&... ec) const noexcept(detail::reports<Ec...>) {
     block_details details{};
@@ -459,7 +465,10 @@ class line_range {
 
     reference operator*() const noexcept { return at_; }
     pointer operator->() const noexcept { return &at_; }
-    /** Advances.  A failure throws, or ends a range that has an error code. */
+    /**
+     * Advances.  A failure throws, or ends a range that has an error code.
+     * Fails as tty_db_iterate_next(), except at the end.
+     */
     iterator& operator++() {
       if (!range_->advance(at_)) range_ = nullptr;
       return *this;
@@ -487,8 +496,10 @@ class line_range {
 
   /** An empty range. */
   line_range() noexcept = default;
-  /** Failures of this and of every advance are reported to an error code, which must outlive the
-   * range. */
+  /**
+   * Failures of this and of every advance are reported to an error code, which must outlive the
+   * range.  Fails as tty_db_iterate_start().
+   */
   template <class... Ec>
   line_range(tty_db_type* db_h, position first, position last,
              Ec&... ec) noexcept(detail::reports<Ec...>)
@@ -525,7 +536,7 @@ class database {
   database() noexcept = default;
   /** Takes ownership of a database from tty_db_create(). */
   explicit database(tty_db_type* db_h) noexcept : db_(db_h) {}
-  /** Creates an empty database. */
+  /** Creates an empty database.  Fails as tty_db_create(). */
   template <class... Ec>
   explicit database(options opts, Ec&... ec) noexcept(detail::reports<Ec...>) {
     tty_db_type* db_h = nullptr;
@@ -542,7 +553,7 @@ class database {
 
   /**
    * Destroys the database now; on failure this still owns it.  If the destructor cannot take the
-   * database lock, it leaks the database.
+   * database lock, it leaks the database.  Fails as tty_db_destroy().
    */
   template <class... Ec>
   void destroy(Ec&... ec) noexcept(detail::reports<Ec...>) {
@@ -551,7 +562,7 @@ class database {
     }
   }
 
-  /** Counts blocks and registered lines; zeros on failure. */
+  /** Counts blocks and registered lines; zeros on failure.  Fails as tty_db_get_details(). */
   template <class... Ec>
   ttydb::counts counts(Ec&... ec) const noexcept(detail::reports<Ec...>) {
     ttydb::counts counts{};
@@ -560,7 +571,10 @@ class database {
     return counts;
   }
 
-  /** Registers a line.  @return its entry, filled with zeros after its head; empty on failure */
+  /**
+   * Registers a line.  Fails as tty_db_tty_register().
+   * @return its entry, filled with zeros after its head; empty on failure
+   */
   template <class Record, class... Ec>
   entry<Record> register_line(position at, Ec&... ec) noexcept(detail::reports<Ec...>) {
     tty_db_tty_type* tty = nullptr;
@@ -575,7 +589,10 @@ class database {
     return register_line<Record>(position{category, id}, ec...);
   }
 
-  /** Gets the entry of a registered line; an empty guard on failure. */
+  /**
+   * Gets the entry of a registered line; an empty guard on failure.
+   * Fails as tty_db_tty_retrieve().
+   */
   template <class Record, class... Ec>
   [[nodiscard]] entry<Record> retrieve_line(position at, Ec&... ec) const
       noexcept(detail::reports<Ec...>) {
@@ -593,7 +610,7 @@ class database {
 
   /**
    * Deregisters the line of a guard that this thread holds, and empties the guard; on failure the
-   * guard still holds the entry.
+   * guard still holds the entry.  Fails as tty_db_tty_deregister().
    */
   template <class Record, class... Ec>
   void deregister_line(entry<Record>&& held, Ec&... ec) noexcept(detail::reports<Ec...>) {
@@ -605,7 +622,7 @@ class database {
   }
   /**
    * Deregisters a line.  A thread that has a guard of its entry must pass the guard instead: the
-   * guard would otherwise unlock a freed entry.
+   * guard would otherwise unlock a freed entry.  Fails as tty_db_tty_deregister().
    */
   template <class... Ec>
   void deregister_line(position at, Ec&... ec) noexcept(detail::reports<Ec...>) {
@@ -619,7 +636,7 @@ class database {
     deregister_line(position{category, id}, ec...);
   }
 
-  /** Reserves a block of `count` ids from `first` on; see tty_db_block_reserve(). */
+  /** Reserves a block of `count` ids from `first` on.  Fails as tty_db_block_reserve(). */
   template <class... Ec>
   block reserve_block(position first, std::uint32_t count, const char* tag = nullptr,
                       std::uintptr_t ctx = 0, Ec&... ec) noexcept(detail::reports<Ec...>) {
@@ -642,7 +659,10 @@ class database {
     return {native_handle(), details.block_h};
   }
 
-  /** Copies the details of the block that contains an id; all zeros on failure. */
+  /**
+   * Copies the details of the block that contains an id; all zeros on failure.
+   * Fails as tty_db_block_details_from_tty().
+   */
   template <class... Ec>
   block_details details_by_line(position at, Ec&... ec) const noexcept(detail::reports<Ec...>) {
     block_details details{};
@@ -657,7 +677,10 @@ class database {
     return details_by_line(position{category, id}, ec...);
   }
 
-  /** Copies the details of the first block with a tag; see tty_db_block_details_from_tag(). */
+  /**
+   * Copies the details of the first block with a tag, or without one for null; all zeros on
+   * failure.  Fails as tty_db_block_details_from_tag().
+   */
   template <class... Ec>
   block_details details_by_tag(const char* tag, Ec&... ec) const noexcept(detail::reports<Ec...>) {
     block_details details{};
@@ -666,7 +689,10 @@ class database {
     return details;
   }
 
-  /** The registered lines from `first` to `last`; see line_range for the error code. */
+  /**
+   * The registered lines from `first` to `last`; see line_range for the error code.
+   * Fails as tty_db_iterate_start().
+   */
   template <class... Ec>
   [[nodiscard]] line_range lines(position first = first_position, position last = last_position,
                                  Ec&... ec) const noexcept(detail::reports<Ec...>) {
