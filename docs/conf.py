@@ -34,6 +34,11 @@ html_show_copyright = False
 html_show_sphinx = False
 html_static_path = ["manual.css"]
 html_css_files = ["manual.css"]
+templates_path = ["templates"]
+html_sidebars = {
+    "**": [f"sidebar/{part}.html" for part in
+           ("scroll-start", "brand", "search", "index", "navigation", "ethical-ads", "scroll-end")]
+}
 
 man_pages = [
     ("reference/ttydb", "ttydb", "registry of the terminal lines of a process", "", 3),

@@ -88,9 +88,13 @@ def link_names(app, document):
     closed = (addnodes.desc_signature, addnodes.pending_xref, nodes.FixedTextElement, nodes.Invisible,
               nodes.literal, nodes.reference, nodes.title)
     for literal in list(document.findall(nodes.literal)):
-        name = literal.astext().removesuffix("()")
-        if name in app.c_names and not isinstance(literal.parent, closed):
-            literal.replace_self(link("c", name, literal.deepcopy()))
+        in_table = any(isinstance(node, nodes.table) for node in ancestors(literal))
+        # Tables leave out prefixes.
+        for prefix in ("", "TTY_DB_ERR_", "tty_db_")[:3 if in_table else 1]:
+            name = prefix + literal.astext().removesuffix("()")
+            if name in app.c_names and not isinstance(literal.parent, closed):
+                literal.replace_self(link("c", name, literal.deepcopy()))
+                break
     for text in list(document.findall(nodes.Text)):
         parts = re.split(r"\b(TTY_[A-Z_]+)\b", text)
         if not app.c_names.intersection(parts) or any(isinstance(node, closed) for node in ancestors(text)):

@@ -295,6 +295,7 @@ class entry {
   explicit operator bool() const noexcept { return tty_ != nullptr; }
   /** The caller's record; the guard must hold an entry. */
   Record& operator*() const noexcept { return *operator->(); }
+  /** @overload */
   Record* operator->() const noexcept { return reinterpret_cast<Record*>(tty_.get()); }
   /** The line's position. */
   ttydb::position position() const noexcept { return at_; }
