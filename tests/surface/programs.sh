@@ -2,7 +2,8 @@
 # Builds and runs programs with the copy of the library that pkg-config and CMake find: examples as they stand.
 #   programs.sh SCRATCH
 set -euo pipefail
-examples=$(cd "$(dirname "$0")/../../examples" && pwd)
+here=$(cd "$(dirname "$0")" && pwd)
+examples=$here/../../examples
 cd "$1"
 cc=${CC:-cc} cxx=${CXX:-c++}
 unset TTY_TRACE TTY_TRACE_FILE TTY_ASSERT NO_DLLMAIN
@@ -24,6 +25,9 @@ status=0
 TTY_TRACE=db ./static || status=$?
 [[ $status == 9 ]]
 
-cmake -S "$examples" -B cmake
-cmake --build cmake
-ctest --test-dir cmake --output-on-failure
+cmake -S "$examples" -B examples
+cmake -S "$here/part" -B targets -DINSTALLED=ON
+for project in examples targets; do
+  cmake --build $project
+  ctest --test-dir $project --output-on-failure
+done

@@ -76,9 +76,12 @@ check_installed() {
 
 # A part of a project that knows no language but C.
 check_part() {
-  cmake -S "$here/part" -B "$1"
-  cmake --build "$1"
-  "$1/first" | diff "$root/examples/first.out" -
+  local shared
+  for shared in ON OFF; do
+    cmake -S "$here/part" -B "$1/$shared" -DBUILD_SHARED_LIBS=$shared
+    cmake --build "$1/$shared"
+    ctest --test-dir "$1/$shared" --output-on-failure
+  done
 }
 
 "check_$1" "${@:2}"
