@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# What the scripts share; to be sourced.  Each step is one line on standard output; what its commands print
-# goes to a file under build/logs, and is shown if they fail.
+# What the scripts share; source it.  Each step prints one line.  The output of its commands goes to a file under
+# build/logs, and is shown if they fail.
 
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -10,42 +10,62 @@ mkdir -p "$logs"
 
 say() { printf '== %s\n' "$*"; }
 
-# How many seconds a step may take.
+# How many seconds a step may take, and after how many it says where its log is.
 step_limit=1800
+step_long=10
 
-# end_group GROUP: ends a group of processes, those that do not want to after ten seconds.
+# end_group GROUP: ends a group of processes; kills those that are left after ten seconds.
 end_group() {
   kill -TERM -- "-$1" 2>/dev/null || return 0
   timeout 10 bash -c "while kill -0 -- -$1; do sleep 0.1; done" 2>/dev/null || kill -KILL -- "-$1"
 }
 
-# step NAME COMMAND...: runs a command as a step; ends the script if it fails, and ends it if it hangs.
-step() {
-  local name=$1 log pid status=0
-  log=$logs/${name//[^A-Za-z0-9]/-}.log
+# finish_group GROUP: waits for a step that must not stop halfway.
+finish_group() {
+  trap '' INT TERM HUP
+  say "interrupted; waiting until packages are installed" >&2
+  wait "$1"
+}
+
+# run NAME COMMAND...: runs a command as a step, and ends it if it hangs; leaves its status and its log in variables.
+# If the script is interrupted, on_interrupt is called for the step.
+on_interrupt=end_group
+run() {
+  local name=$1 pid
+  status=0
+  log=build/logs/${name//[^A-Za-z0-9]/-}.log
   say "$name"
-  # In a process group of its own, which can be ended with all that it has started.  Not in a condition, where the
-  # first failure within a function would not end it.
+  # In a process group of its own, so that it can be ended with all that it has started.  Not in a condition, which
+  # would turn off set -e within a function.
   set -m
-  (set -e && "${@:2}") >"$log" 2>&1 </dev/null &
+  (set -e && "${@:2}") >"$root/$log" 2>&1 </dev/null &
   pid=$!
   set +m
   # shellcheck disable=SC2064 # this step's
-  trap "end_group $pid" EXIT
-  if ! timeout --foreground "$step_limit" tail -s 0.1 --pid="$pid" -f /dev/null; then
-    printf 'ended, as it has not done so in %d seconds: %s\n' "$step_limit" "$name" >&2
-    end_group "$pid"
+  trap "$on_interrupt $pid" EXIT
+  wait_for_step() { timeout --foreground "$1" tail -s 0.1 --pid="$pid" -f /dev/null; }
+  if ! wait_for_step $step_long; then
+    printf '   log: %s\n' "$log"
+    if ! wait_for_step $((step_limit - step_long)); then
+      printf 'killed after %d seconds: %s\n' "$step_limit" "$name" >&2
+      end_group "$pid"
+    fi
   fi
   wait "$pid" || status=$?
   trap - EXIT
+}
+
+# step NAME COMMAND...: as run, and ends the script if the command fails.
+step() {
+  run "$@"
   if [[ $status != 0 ]]; then
-    tail -n 100 "$log" >&2
-    printf 'failed: %s (status %d, all of it in %s)\n' "$name" "$status" "${log#"$root"/}" >&2
+    tail -n 100 "$root/$log" >&2
+    printf 'failed: %s (status %d, log: %s)\n' "$1" "$status" "$log" >&2
     exit 1
   fi
 }
 
-# What a package is there for, where that is no command of the package's name.
+# What a package provides, if that is not a command with the package's name.
 declare -A provides=(
   [ninja-build]=ninja [dpkg-dev]=dpkg-shlibdeps [libgtest-dev]='<gtest/gtest.h>'
   [libbenchmark-dev]='<benchmark/benchmark.h>' [libtbb-dev]='<tbb/concurrent_hash_map.h>'
@@ -53,8 +73,8 @@ declare -A provides=(
   [libsmartcols-dev]='<libsmartcols/libsmartcols.h>'
 )
 
-# present PACKAGE: whether the command, the C++ header, the file or the Python module that a package provides is
-# there.
+# present PACKAGE: returns whether this machine has the command, C++ header, file or Python module that a package
+# provides.
 present() {
   local what=${provides[$1]:-$1}
   if [[ $what == '<'* ]]; then
@@ -68,24 +88,34 @@ present() {
   fi
 }
 
-apt_install() {
-  local install=(env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "$@")
-  "${install[@]}" || { apt-get update && "${install[@]}"; }
+apt() { DEBIAN_FRONTEND=noninteractive apt-get "$@"; }
+download() { apt "$@" --download-only || { apt update && apt "$@" --download-only; }; }
+
+# install_packages PACKAGE...: installs packages, or says how to.
+install_packages() {
+  local command=(install -y --no-install-recommends "$@") on_interrupt=end_group
+  if ! command -v apt-get >/dev/null || [[ $(id -u) != 0 ]]; then
+    printf 'missing; as root, run: apt-get install %s\n' "$*" >&2
+    exit 1
+  fi
+  run "download $*" download "${command[@]}"
+  # dpkg must not stop halfway.
+  on_interrupt=finish_group
+  if [[ $status == 0 ]]; then run "install $*" apt "${command[@]}"; fi
+  if [[ $status != 0 ]]; then
+    printf 'missing, and apt-get cannot install: %s (is there a network? log: %s)\n' "$*" "$log" >&2
+    exit 1
+  fi
 }
 
-# need PACKAGE...: installs those packages whose purpose is not served on this machine.
+# need PACKAGE...: installs those packages that this machine lacks.
 need() {
   local package missing=()
   for package in "$@"; do present "$package" || missing+=("$package"); done
-  [[ ${#missing[@]} == 0 ]] && return
-  if ! command -v apt-get >/dev/null || [[ $(id -u) != 0 ]]; then
-    printf 'missing, and this user cannot install them: %s\n' "${missing[*]}" >&2
-    exit 1
-  fi
-  step "install ${missing[*]}" apt_install "${missing[@]}"
+  [[ ${#missing[@]} == 0 ]] || install_packages "${missing[@]}"
 }
 
-# Runs the commands of builds and tests; empty, or a command that takes another as its arguments.
+# The commands of builds and tests run under this command, if it is not empty.
 under=()
 
 # build PRESET [TARGET]: configures and builds a preset, or one target of it.
