@@ -1,5 +1,5 @@
-// The registry from C++: handles that end by themselves, typed entries
-// and items, a range of lines.
+// The registry in C++: owning handles, typed entries and items, a range
+// of lines.
 #include <cstdlib>
 #include <iostream>
 #include <tty_db.hpp>
@@ -17,7 +17,7 @@ struct port {
 
 void run() {
   ttydb::database db(ttydb::options::all);
-  // An entry without a name is given back at the end of its statement.
+  // A temporary entry is unlocked at the end of its statement.
   db.register_line<port>(kSerial, 7)->baud = 9600;
   db.register_line<port>(kSerial, 42)->baud = 115200;
   db.retrieve_line<port>(kSerial, 7)->baud = 19200;
@@ -25,7 +25,7 @@ void run() {
   {
     const auto entry = db.retrieve_line<port>(kSerial, 42);
     entry.create<unsigned>(kErrors) = 3;
-  }  // given back here
+  }  // unlocked here
 
   for (const ttydb::position line : db.lines()) {
     const auto entry = db.retrieve_line<port>(line);
@@ -35,11 +35,11 @@ void run() {
     std::cout << '\n';
   }
 
-  // The entry ends with its line, and the guard with it.
+  // Deregistering a held line frees its entry, and empties the guard.
   auto entry = db.retrieve_line<port>({kSerial, 42});
   if (entry->baud > 19200) db.deregister_line(std::move(entry));
 
-  // Each operation has a form that reports instead of throwing.
+  // With an error_code as the last argument, no operation throws.
   std::error_code ec;
   db.deregister_line(kSerial, 42, ec);
   if (ec == ttydb::errc::no_block) {

@@ -1,10 +1,10 @@
-/* Registers a line with an item, and walks all lines. */
+/* Registers a line with an item, then visits all lines. */
 #include <stdio.h>
 #include <string.h>
 #include <tty_db.h>
 
 struct port {
-  tty_db_tty_type tty; /* the head; behind it, whatever you keep */
+  tty_db_tty_type tty; /* comes first, your data after it */
   unsigned baud;
 };
 
