@@ -1,7 +1,7 @@
-# What an installed copy consists of, in three components: runtime (the shared libraries), development
-# (headers, static libraries, CMake package, pkg-config files, manual) and tools.
+# An installed copy has three components: runtime (shared libraries), development (headers, static libraries, CMake
+# package, pkg-config files, manual) and tools.
 
-# Away from the directories that the loader searches, the installed files find one another by where they lie.
+# Outside the directories that the loader searches, installed files find one another by relative paths.
 if(BUILD_SHARED_LIBS AND NOT CMAKE_INSTALL_FULL_LIBDIR IN_LIST CMAKE_C_IMPLICIT_LINK_DIRECTORIES)
   set_target_properties(ttydb PROPERTIES INSTALL_RPATH "$ORIGIN")
   if(TARGET tty-lines)
@@ -25,8 +25,8 @@ if(TARGET tty-lines)
   install(FILES tools/completions/tty-lines DESTINATION share/bash-completion/completions COMPONENT tools)
 endif()
 
-# GDB loads the printers from beside the library that was built, and for an installed one from under its full
-# path, which is known when the copy is installed.
+# GDB loads the printers from the directory of a built library.  For an installed one, it looks under the library's full
+# path, which is known only at installation.
 if(BUILD_SHARED_LIBS)
   set(printers libttydb.so.${PROJECT_VERSION}-gdb.py)
   configure_file(gdb/ttydb-gdb.py ${printers} COPYONLY)
@@ -34,7 +34,7 @@ if(BUILD_SHARED_LIBS)
     DESTINATION "share/gdb/auto-load\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}")
 endif()
 
-# find_package(ttydb 1) gives ttydb::ttydb and ttydb::platform, and with a _static behind them the static ones.
+# find_package(ttydb 1) defines ttydb::ttydb and ttydb::platform, and the same with _static.
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ttydb)
 install(EXPORT ttydb-targets NAMESPACE ttydb:: DESTINATION ${package_dir} COMPONENT development)
 configure_package_config_file(cmake/ttydb-config.cmake.in ttydb-config.cmake INSTALL_DESTINATION ${package_dir}
@@ -43,8 +43,8 @@ write_basic_package_version_file(ttydb-config-version.cmake COMPATIBILITY SameMa
 install(FILES ${PROJECT_BINARY_DIR}/ttydb-config.cmake ${PROJECT_BINARY_DIR}/ttydb-config-version.cmake
   DESTINATION ${package_dir} COMPONENT development)
 
-# pkg-config leaves out what compiler and linker search anyway, if it is told plainly where the copy is: that is
-# known when it is installed.  Only a static library brings the platform into every program.
+# pkg-config omits directories that compiler and linker search anyway, if its files name the prefix, which is known only
+# at installation.  Only programs with the static library link the platform themselves.
 if(BUILD_SHARED_LIBS)
   set(private .private)
 endif()
@@ -54,6 +54,7 @@ install(CODE "
   set(PRIVATE ${private})
   set(LIBDIR ${CMAKE_INSTALL_LIBDIR})
   set(INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR})
+  string(REPLACE \" \" \"\\\\ \" PREFIX \"\${CMAKE_INSTALL_PREFIX}\")
   foreach(package ttydb ttyplatform)
     set(made \"${PROJECT_BINARY_DIR}/\${package}.pc\")
     configure_file(\"${PROJECT_SOURCE_DIR}/cmake/\${package}.pc.in\" \"\${made}\" @ONLY)

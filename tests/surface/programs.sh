@@ -8,17 +8,17 @@ cd "$1"
 cc=${CC:-cc} cxx=${CXX:-c++}
 unset TTY_TRACE TTY_TRACE_FILE TTY_ASSERT NO_DLLMAIN
 
-# shellcheck disable=SC2046 # the flags are words
-"$cc" -Wall -Wextra -pedantic -Werror "$examples/first.c" $(pkg-config --cflags --libs ttydb) -o first
+# pkg-config prints its flags as words of the shell.
+flags=() static_flags=()
+eval "flags=($(pkg-config --cflags --libs ttydb)) static_flags=($(pkg-config --static --cflags --libs ttydb))"
+
+"$cc" -Wall -Wextra -pedantic -Werror "$examples/first.c" "${flags[@]}" -o first
 ./first | diff "$examples/first.out" -
-# shellcheck disable=SC2046
-"$cxx" -std=c++17 -Wall -Wextra -pedantic -Werror "$examples/cplusplus.cpp" $(pkg-config --cflags --libs ttydb) -o cplusplus
+"$cxx" -std=c++17 -Wall -Wextra -pedantic -Werror "$examples/cplusplus.cpp" "${flags[@]}" -o cplusplus
 ./cplusplus | diff "$examples/cplusplus.out" -
 
-# Without any shared library: the library is set up, and takes one service from the program and the others from
-# the stand-in.
-# shellcheck disable=SC2046
-"$cc" -static "$examples/first.c" -x c - -x none $(pkg-config --static --cflags --libs ttydb) -o static \
+# In a static program the library is set up too, and takes one service from the program, the others from the stand-in.
+"$cc" -static "$examples/first.c" -x c - -x none "${static_flags[@]}" -o static \
   <<<'extern void _exit(int); void tty_trace(void) { _exit(9); }'
 ./static | diff "$examples/first.out" -
 status=0
