@@ -1,11 +1,11 @@
-# For another architecture, with Debian's cross compiler for a triplet, and an emulator that runs what it builds.
+# Builds with Debian's cross compiler for a triplet, and runs programs with an emulator.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_C_COMPILER ${triplet}-gcc)
 set(CMAKE_CXX_COMPILER ${triplet}-g++)
 if(emulator)
   set(CMAKE_CROSSCOMPILING_EMULATOR ${emulator} -L /usr/${triplet})
 endif()
-# Programs are this machine's; libraries and packages are the other's.
+# Look for programs on this machine, for libraries and packages only among those of the other architecture.
 set(CMAKE_FIND_ROOT_PATH /usr/${triplet})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
