@@ -103,7 +103,8 @@ install_packages() {
   on_interrupt=finish_group
   if [[ $status == 0 ]]; then run "install $*" apt "${command[@]}"; fi
   if [[ $status != 0 ]]; then
-    printf 'missing, and apt-get cannot install: %s (is there a network? log: %s)\n' "$*" "$log" >&2
+    printf 'missing, and apt-get cannot install: %s (no network? log: %s; %s)\n' "$*" "$log" \
+      "$(grep -m 1 '^E: ' "$root/$log")" >&2
     exit 1
   fi
 }
