@@ -13,8 +13,6 @@ struct Client {
     static const char *const names[] = {"global", "block", "tty", nullptr};
     tty_debug_initialize("client", 0, names, nullptr, 0, &context, &enabled);
   }
-  Client(const Client &) = delete;
-  Client &operator=(const Client &) = delete;
   ~Client() { tty_debug_cleanup("client", context, enabled); }
 
   // Traces a line in the category "block".
