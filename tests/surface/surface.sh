@@ -64,14 +64,15 @@ check_readme() {
 
 # A copy as it is installed, in the hands of programs.
 check_installed() {
-  local prefix=$2/copy libraries
+  local prefix=$2/copy libraries version
   rm -rf "$2"
   cmake --install "$1" --prefix "$prefix"
   mkdir "$2/programs"
   libraries=$(dirname "$(find "$prefix" -name libttydb.a)")
   PKG_CONFIG_PATH=$libraries/pkgconfig CMAKE_PREFIX_PATH=$prefix LD_LIBRARY_PATH=$libraries \
     "$here/programs.sh" "$2/programs"
-  [[ $("$prefix/bin/tty-lines" --version) == "tty-lines $(pkg-config --modversion "$libraries/pkgconfig/ttydb.pc")" ]]
+  version=$(PKG_CONFIG_PATH=$libraries/pkgconfig pkg-config --modversion ttydb)
+  [[ $("$prefix/bin/tty-lines" --version) == "tty-lines $version" ]]
 }
 
 # A part of a project that knows no language but C.
