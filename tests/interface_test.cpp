@@ -12,7 +12,6 @@
 namespace {
 
 using Texts = std::vector<std::string>;
-using Lines = std::vector<std::pair<uint32_t, uint32_t>>;
 
 // The texts of those entries of the log that contain a mark.
 Texts logged(const char *mark) {
@@ -108,13 +107,15 @@ TEST(BadArguments, TheSizeOfAnItemDoesNotWrap) {
                   "malloc(" + wrapped + ") of item list structure failed");
 }
 
-TEST(Outputs, AreClearedByAFailure) {
+TEST(Outputs, AreClearedByAFailureButForARetrievalWithoutABlock) {
   Database db(0);
   tty_db_block_type *block = db.reserve(0, 10, 10, "tag");
   tty_db_block_type *block_of_id = block;
   tty_db_block_type *block_of_tag = block;
   tty_db_block_details_type details = block->details;
   tty_db_tty_type *tty = db.add(0, 15);
+  tty_db_tty_type *retrieved = tty;
+  tty_db_tty_type *without_block = tty;
   void *created_item = tty;
   void *item = tty;
   tty_db_type *created = db;
@@ -129,6 +130,8 @@ TEST(Outputs, AreClearedByAFailure) {
   EXPECT_EQ(tty_db_block_details_from_tty(db, 6, 0, &details), TTY_DB_ERR_INVALID_ARG);
   EXPECT_EQ(tty_db_iterate_next(nullptr, &category, &id), TTY_DB_ERR_INVALID_ARG);
   EXPECT_EQ(tty_db_create(4, &created), TTY_DB_ERR_INVALID_ARG);
+  EXPECT_EQ(tty_db_tty_retrieve(db, 0, 16, &retrieved), TTY_DB_ERR_NOT_REGISTERED);
+  EXPECT_EQ(tty_db_tty_retrieve(db, 0, 9, &without_block), TTY_DB_ERR_NOT_REGISTERED);
   EXPECT_EQ(created_item, nullptr);
   EXPECT_EQ(item, nullptr);
   EXPECT_EQ(tty, nullptr);
@@ -139,6 +142,8 @@ TEST(Outputs, AreClearedByAFailure) {
   EXPECT_EQ(category, TTY_CATEGORY_MAX);
   EXPECT_EQ(id, 0u);
   EXPECT_EQ(created, nullptr);
+  EXPECT_EQ(retrieved, nullptr);
+  EXPECT_NE(without_block, nullptr);
 }
 
 // What the library asserts when it is called against its rules, or when the program has written
@@ -233,7 +238,7 @@ TEST_F(Assertions, ReportABlockOfAnotherDatabaseAndLeaveItAlone) {
                  "tty_db_index_of(db_h, block->details.category).entry(tty_id) == tty");
   EXPECT_EQ(tty_db_block_check_no_registered_ttys(db, foreign, 7, 9), TTY_DB_ERR_TTYS_REGISTERED);
   unlock();
-  EXPECT_EQ(other.lines(), (Lines{{0, 7}}));
+  EXPECT_EQ(other.lines(), (std::vector<Position>{{0, 7}}));
 }
 
 TEST_F(Assertions, ReportAnOverwrittenCategory) {

@@ -93,7 +93,7 @@ TEST(Threads, HammerADatabaseOfEachKind) {
 
 TEST(Threads, AWriterGivesUpAfterTenTriesAndAReaderDoesNot) {
   Database db(kLock | kAuto);
-  tty_db_tty_type *held = db.add(0, 0, true);
+  tty_db_tty_type *held = db.add_held(0, 0);
   std::thread reader([&] {  // keeps the read lock while it waits for the entry
     tty_db_tty_type *tty = nullptr;
     EXPECT_EQ(tty_db_tty_retrieve(db, 0, 0, &tty), 0u);
@@ -155,7 +155,7 @@ TEST(Threads, WhateverDeregistersAnEntryWaitsForItsHolder) {
   for (const Step &step : steps) {
     Database db(kLock);
     tty_db_block_type *block = db.reserve(0, 0, 10);
-    tty_db_tty_type *tty = db.add(0, 3, true);
+    tty_db_tty_type *tty = db.add_held(0, 3);
     void *item = nullptr;
     ASSERT_EQ(tty_db_item_create(tty, 1, sizeof(int), &item), 0u);
     host::clear();
@@ -181,7 +181,7 @@ void release_by_another_thread() {
   host::announce_to_stderr();
   host::assertions_return(true);
   Database db(kLock | kAuto);
-  tty_db_tty_type *tty = db.add(0, 0, true);
+  tty_db_tty_type *tty = db.add_held(0, 0);
   std::thread([&] { tty_db_tty_unlock(db, tty); }).join();
 }
 

@@ -15,7 +15,9 @@
 constexpr uint32_t kLock = TTY_DB_OPT_LOCK_ENTRIES;
 constexpr uint32_t kAuto = TTY_DB_OPT_AUTO_BLOCKS;
 
-// A caller's record.
+using Position = std::pair<uint32_t, uint32_t>;  // category and id
+
+// A program's record.
 struct Entry {
   tty_db_tty_type head;
   uint64_t value;
@@ -29,29 +31,18 @@ inline auto fields(const tty_db_block_details_type &details) {
                          details.ctx, details.block_h);
 }
 
-// What a caller keeps of a database.
-struct Handles {
-  tty_db_type *db = nullptr;
-  tty_db_block_type *block = nullptr;
-  tty_db_block_type *other_block = nullptr;
-  tty_db_tty_type *tty = nullptr;
-  tty_db_iterator_type *iterator = nullptr;
-  void *item = nullptr;
-  uint32_t category = 0;
-  uint32_t id = 0;
-  tty_db_block_details_type details = {};
-};
-
 class Database {
  public:
-  explicit Database(uint32_t options) : allocations_(host::live_allocations()) {
+  explicit Database(uint32_t options) : is_only_one_(host::live_allocations() == 0) {
     EXPECT_EQ(tty_db_create(options, &db_), 0u);
   }
   ~Database() {
+    host::watch(db_, sizeof(*db_));
     EXPECT_EQ(tty_db_destroy(db_), 0u);
-    EXPECT_GE(host::zeros_at_last_free(), sizeof(tty_db_type));
-    const bool outermost = allocations_ == 0;
-    EXPECT_TRUE(!outermost || host::live_allocations() == 0);
+    EXPECT_TRUE(host::watched_was_zero());
+    if (is_only_one_) {
+      EXPECT_EQ(host::live_allocations(), 0u);
+    }
   }
   Database(const Database &) = delete;
   Database &operator=(const Database &) = delete;
@@ -67,16 +58,19 @@ class Database {
     return block;
   }
 
-  // Registers a line and gives its entry back, unless it is to be kept.
-  tty_db_tty_type *add(uint32_t category, uint32_t id, bool keep = false) {
+  // Registers a line.  The calling thread holds its entry.
+  tty_db_tty_type *add_held(uint32_t category, uint32_t id) {
     tty_db_tty_type *tty = nullptr;
     EXPECT_EQ(tty_db_tty_register(db_, category, id, sizeof(Entry), &tty), 0u);
-    const uint32_t rc = keep ? 0 : tty_db_tty_unlock(db_, tty);
-    EXPECT_EQ(rc, 0u);
+    return tty;
+  }
+  tty_db_tty_type *add(uint32_t category, uint32_t id) {
+    tty_db_tty_type *tty = add_held(category, id);
+    EXPECT_EQ(tty_db_tty_unlock(db_, tty), 0u);
     return tty;
   }
 
-  // The counts of blocks and lines.
+  // The numbers of blocks and lines.
   std::pair<uint32_t, uint32_t> counts() const {
     uint32_t blocks = ~0u;
     uint32_t ttys = ~0u;
@@ -85,14 +79,12 @@ class Database {
   }
 
   // The lines that an iterator yields between two positions.
-  std::vector<std::pair<uint32_t, uint32_t>> lines(uint32_t start_category = 0,
-                                                   uint32_t start_id = 0,
-                                                   uint32_t end_category = TTY_CATEGORY_MAX,
-                                                   uint32_t end_id = TTY_PORT_MAX) const {
-    std::vector<std::pair<uint32_t, uint32_t>> found;
+  std::vector<Position> lines(Position start = {0, 0},
+                              Position end = {TTY_CATEGORY_MAX, TTY_PORT_MAX}) const {
+    std::vector<Position> found;
     tty_db_iterator_type *iterator = nullptr;
-    EXPECT_EQ(tty_db_iterate_start(db_, start_category, start_id, end_category, end_id, &iterator),
-              0u);
+    EXPECT_EQ(
+        tty_db_iterate_start(db_, start.first, start.second, end.first, end.second, &iterator), 0u);
     uint32_t category = 0;
     uint32_t id = 0;
     while (tty_db_iterate_next(iterator, &category, &id) == 0) found.emplace_back(category, id);
@@ -104,7 +96,7 @@ class Database {
   }
 
  private:
-  size_t allocations_;
+  bool is_only_one_;
   tty_db_type *db_ = nullptr;
 };
 

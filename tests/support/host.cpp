@@ -1,5 +1,6 @@
 #include "support/host.h"
 
+#include <errno.h>
 #include <semaphore.h>
 #include <stdarg.h>
 #include <stdio.h>
@@ -13,14 +14,13 @@
 #include <map>
 #include <mutex>
 #include <set>
-#include <unordered_map>
 
 #include "tty_platform.h"
 
 namespace {
 
-// A lock.  The calls on mutexes are among those that this file is handed, so that it cannot use
-// one.  It is no cancellation point, as the library's calls are none.
+// The host's own lock: a semaphore, since calls on mutexes are made to fail here.  The wait for it
+// is no cancellation point, because the library's calls into the host are none.
 class HostLock {
  public:
   HostLock() { sem_init(&free_, 0, 1); }
@@ -37,22 +37,24 @@ class HostLock {
 };
 using Guard = std::lock_guard<HostLock>;
 
-std::atomic<bool> returns{false};
+std::atomic<bool> assertions_return_now{false};
 std::atomic<int> waiting{0};
 bool announce = false;
 tty_trace_category categories[5];
 tty_trace_context context = {categories, 5};
 uintptr_t *trace_switch = nullptr;
-constexpr uintptr_t kRegistration = 42;  // what the facility keeps in the library's slot
+constexpr uintptr_t kRegistration = 42;  // the trace facility's word in the library's slot
 
-// What threads record and look up, under one lock.
+// What the threads of a test record and look up, under one lock.
 struct Records {
   HostLock lock;
   std::vector<std::string> log;
   std::map<const void *, std::string> names;
-  std::unordered_map<void *, size_t> live;  // allocations, with their sizes
+  std::set<void *> allocations;
   std::map<std::string, long> calls;
-  size_t zeros = 0;
+  const char *watched = nullptr;
+  size_t watched_size = 0;
+  bool watched_was_zero = false;
   int assertions = 0;
   bool trace_sound = true;
   bool trace_once = false;
@@ -73,9 +75,9 @@ void record(const std::string &entry) {
 
 std::string pointer_name(uint64_t word) {
   if (word == 0) return "0";
+  const void *pointer = reinterpret_cast<const void *>(static_cast<uintptr_t>(word));
   const Guard guard(records().lock);
-  const auto found =
-      records().names.find(reinterpret_cast<const void *>(static_cast<uintptr_t>(word)));
+  const auto found = records().names.find(pointer);
   return found != records().names.end() ? found->second : "..";
 }
 
@@ -151,21 +153,28 @@ void trace_once(bool on) {
   records().traced.clear();
 }
 bool trace_is_sound() { return records().trace_sound && routines.empty(); }
-void assertions_return(bool on) { returns = on; }
+void assertions_return(bool on) { assertions_return_now = on; }
 int num_assertions() { return records().assertions; }
 int num_waiting() { return waiting; }
 
 std::string result_name(uint32_t rc) {
-  static const char *const kNames[] = {
-      "OK",        "NO_MEMORY", "INVALID_ARG",    "WRONG_MODE",     "LOCK_FAILED",
-      "LOCK_INIT", "NO_BLOCK",  "OVERLAP",        "ITEM_EXISTS",    "TTY_EXISTS",
-      "NO_MORE",   "NO_ITEM",   "NOT_REGISTERED", "TTYS_REGISTERED"};
-  const uint32_t index = rc >> 9 & 0x3f;
-  const uint32_t top = rc == 0       ? 0
-                       : index == 1  ? 0xc2580000
-                       : index == 12 ? 0x42580000
-                                     : 0xa2580000;
-  return index <= 13 && rc == (top | index << 9) ? kNames[index] : "unknown";
+  static const std::map<uint32_t, std::string> names = {
+      {0, "OK"},
+      {0xc2580200, "NO_MEMORY"},
+      {0xa2580400, "INVALID_ARG"},
+      {0xa2580600, "WRONG_MODE"},
+      {0xa2580800, "LOCK_FAILED"},
+      {0xa2580a00, "LOCK_INIT"},
+      {0xa2580c00, "NO_BLOCK"},
+      {0xa2580e00, "OVERLAP"},
+      {0xa2581000, "ITEM_EXISTS"},
+      {0xa2581200, "TTY_EXISTS"},
+      {0xa2581400, "NO_MORE"},
+      {0xa2581600, "NO_ITEM"},
+      {0x42581800, "NOT_REGISTERED"},
+      {0xa2581a00, "TTYS_REGISTERED"},
+  };
+  return names.at(rc);
 }
 
 }  // namespace host
@@ -205,7 +214,7 @@ void tty_ltrace_assert(const char *routine, int, const char *expression) {
     ++records().assertions;
   }
   record(std::string("assert ") + routine + ": " + expression);
-  if (returns) return;
+  if (assertions_return_now) return;
   fprintf(stderr, "assert %s: %s\n", routine, expression);
   abort();
 }
@@ -245,58 +254,55 @@ void ptd_unset_mutex_block(void) {
 
 int __in_dlclose(void) { return 0; }
 
-// The calls of the library's that can be made to fail.  The linker hands them here (--wrap), by the
-// names that they have in the C library.
-#if __SIZEOF_POINTER__ == 4
-#define MMAP "mmap64"
-#define CLOCK_GETTIME "__clock_gettime64"
-#define TIMEDWRLOCK "__pthread_rwlock_timedwrlock64"
-#else
-#define MMAP "mmap"
-#define CLOCK_GETTIME "clock_gettime"
-#define TIMEDWRLOCK "pthread_rwlock_timedwrlock"
-#endif
+// The library's calls that can be made to fail.  The linker hands a call of NAME to __wrap_NAME,
+// and has the C library's function as __real_NAME (--wrap).
 
 namespace {
 
 struct {
-  int nth = 0;
   std::string function;
-  int error = 0;
+  int nth = 0;  // 0: no call is to fail
   std::string failed;
 } thread_local fault;
 
+// Counts a call, or returns true if it is the one to fail.
 bool fails(const char *function) {
-  const bool meant =
-      fault.nth != 0 && (fault.function.empty() || fault.function == function) && --fault.nth == 0;
-  if (!meant) {
-    const Guard guard(records().lock);
-    ++records().calls[function];
-    return false;
+  const bool matches = fault.function.empty() || fault.function == function;
+  if (fault.nth > 0 && matches) {
+    --fault.nth;
+    if (fault.nth == 0) {
+      fault.failed = function;
+      if (announce) fprintf(stderr, "failing %s\n", function);
+      return true;
+    }
   }
-  fault.failed = function;
-  if (announce) fprintf(stderr, "failing %s\n", function);
-  return true;
-}
-
-size_t leading_zeros(const unsigned char *bytes, size_t size) {
-  const auto is_set = [](unsigned char byte) { return byte != 0; };
-  return static_cast<size_t>(std::find_if(bytes, bytes + size, is_set) - bytes);
-}
-
-void *track(void *pointer, size_t size) {
   const Guard guard(records().lock);
-  if (pointer != nullptr) records().live[pointer] = size;
+  ++records().calls[function];
+  return false;
+}
+
+void *track(void *pointer) {
+  const Guard guard(records().lock);
+  if (pointer != nullptr) records().allocations.insert(pointer);
   return pointer;
+}
+
+void untrack(void *pointer) {
+  if (pointer == nullptr) return;
+  const Guard guard(records().lock);
+  records().allocations.erase(pointer);
+  records().names.erase(pointer);
+  if (pointer != records().watched) return;
+  const std::string bytes(records().watched, records().watched_size);
+  records().watched_was_zero = bytes.find_first_not_of('\0') == std::string::npos;
+  records().watched = nullptr;
 }
 
 }  // namespace
 
 namespace host {
 
-void fail_call(int nth, const std::string &function, int error) {
-  fault = {nth, function, error, ""};
-}
+void fail_call(const std::string &function, int nth) { fault = {function, nth, ""}; }
 
 std::string end_failing() {
   const std::string failed = fault.failed;
@@ -313,110 +319,88 @@ long calls(const std::string &function) {
 
 size_t live_allocations() {
   const Guard guard(records().lock);
-  return records().live.size();
+  return records().allocations.size();
 }
 
-size_t zeros_at_last_free() {
-  const Guard guard(records().lock);
-  return records().zeros;
+void watch(const void *record, size_t size) {
+  records().watched = static_cast<const char *>(record);
+  records().watched_size = size;
+  records().watched_was_zero = false;
 }
+
+bool watched_was_zero() { return records().watched_was_zero; }
 
 }  // namespace host
 
 // NOLINTBEGIN(bugprone-reserved-identifier): the linker and the sanitizers give these names
+#if __SIZEOF_POINTER__ == 4  // the names of the functions with times and offsets of 64 bits
+#define __real_mmap __real_mmap64
+#define __wrap_mmap __wrap_mmap64
+#define __real_clock_gettime __real___clock_gettime64
+#define __wrap_clock_gettime __wrap___clock_gettime64
+#define __real_pthread_rwlock_timedwrlock __real___pthread_rwlock_timedwrlock64
+#define __wrap_pthread_rwlock_timedwrlock __wrap___pthread_rwlock_timedwrlock64
+#endif
+
 extern "C" {
 
-// Allocations that must fail return NULL under the sanitizers too; and a lock that an injected
-// fault has kept from being taken is released all the same.
+// Under the sanitizers an allocation that is too large returns NULL, too, and a lock may be
+// released or destroyed that a fault has kept from being taken.
 const char *__asan_default_options() { return "allocator_may_return_null=1"; }
 const char *__tsan_default_options() {
   return "allocator_may_return_null=1:report_mutex_bugs=0:report_destroy_locked=0";
 }
 
 void *__real_calloc(size_t count, size_t size);
-char *__real_strdup(const char *text);
-void __real_free(void *pointer);
-
 void *__wrap_calloc(size_t count, size_t size) {
-  return fails("calloc") ? nullptr : track(__real_calloc(count, size), count * size);
+  return fails("calloc") ? nullptr : track(__real_calloc(count, size));
 }
 
+char *__real_strdup(const char *text);
 char *__wrap_strdup(const char *text) {
-  if (fails("strdup")) return nullptr;
-  return static_cast<char *>(track(__real_strdup(text), strlen(text) + 1));
+  return fails("strdup") ? nullptr : static_cast<char *>(track(__real_strdup(text)));
 }
 
+void __real_free(void *pointer);
 void __wrap_free(void *pointer) {
-  {
-    const Guard guard(records().lock);
-    records().names.erase(pointer);
-    const auto found = records().live.find(pointer);
-    if (found != records().live.end()) {
-      records().zeros = leading_zeros(static_cast<const unsigned char *>(pointer), found->second);
-      records().live.erase(found);
-    }
-  }
+  untrack(pointer);
   __real_free(pointer);
 }
 
-void *__real_mmap(void *where, size_t size, int access, int flags, int fd,
-                  off_t offset) asm("__real_" MMAP);
-void *__wrap_mmap(void *where, size_t size, int access, int flags, int fd,
-                  off_t offset) asm("__wrap_" MMAP);
-int __real_munmap(void *memory, size_t size);
-
-void *__wrap_mmap(void *where, size_t size, int access, int flags, int fd, off_t offset) {
+void *__real_mmap(void *where, size_t size, int access, int flags, int file, off_t offset);
+void *__wrap_mmap(void *where, size_t size, int access, int flags, int file, off_t offset) {
   if (fails("mmap")) return MAP_FAILED;
-  return track(__real_mmap(where, size, access, flags, fd, offset), size);
+  return track(__real_mmap(where, size, access, flags, file, offset));
 }
 
+int __real_munmap(void *memory, size_t size);
 int __wrap_munmap(void *memory, size_t size) {
-  {
-    const Guard guard(records().lock);
-    const auto found = records().live.find(memory);
-    if (found != records().live.end() && found->second == size) records().live.erase(found);
-  }
+  untrack(memory);
   return __real_munmap(memory, size);
 }
 
-#define WRAP(function, parameters, arguments) WRAP_AS(#function, function, parameters, arguments)
-#define WRAP_AS(symbol, function, parameters, arguments)  \
-  int __real_##function parameters asm("__real_" symbol); \
-  int __wrap_##function parameters asm("__wrap_" symbol); \
-  int __wrap_##function parameters {                      \
-    if (fails(#function)) return fault.error;             \
-    return __real_##function arguments;                   \
+#define WRAP(function, parameters, arguments) \
+  int __real_##function parameters;           \
+  int __wrap_##function parameters {          \
+    if (fails(#function)) return EINVAL;      \
+    return __real_##function arguments;       \
   }
 
 WRAP(pthread_rwlock_init, (pthread_rwlock_t * lock, const pthread_rwlockattr_t *attr), (lock, attr))
 WRAP(pthread_rwlock_rdlock, (pthread_rwlock_t * lock), (lock))
 WRAP(pthread_rwlock_trywrlock, (pthread_rwlock_t * lock), (lock))
-WRAP_AS(TIMEDWRLOCK, pthread_rwlock_timedwrlock, (pthread_rwlock_t * lock, const timespec *when),
-        (lock, when))
+WRAP(pthread_rwlock_timedwrlock, (pthread_rwlock_t * lock, const timespec *when), (lock, when))
 WRAP(pthread_rwlock_unlock, (pthread_rwlock_t * lock), (lock))
 WRAP(pthread_rwlock_destroy, (pthread_rwlock_t * lock), (lock))
 WRAP(pthread_mutexattr_init, (pthread_mutexattr_t * attr), (attr))
 WRAP(pthread_mutexattr_settype, (pthread_mutexattr_t * attr, int type), (attr, type))
 WRAP(pthread_mutexattr_destroy, (pthread_mutexattr_t * attr), (attr))
-int __real_pthread_mutex_init(pthread_mutex_t *lock, const pthread_mutexattr_t *attr);
-int __wrap_pthread_mutex_init(pthread_mutex_t *lock, const pthread_mutexattr_t *attr) {
-  if (fails("pthread_mutex_init")) return fault.error;
-  const Guard guard(records().lock);
-  const auto entry = records().live.find(lock);
-  // The end of an entry is not looked at: to valgrind that were a race with whoever used it.
-  if (entry != records().live.end()) entry->second = 0;
-  return __real_pthread_mutex_init(lock, attr);
-}
+WRAP(pthread_mutex_init, (pthread_mutex_t * lock, const pthread_mutexattr_t *attr), (lock, attr))
 WRAP(pthread_mutex_trylock, (pthread_mutex_t * lock), (lock))
 WRAP(pthread_mutex_lock, (pthread_mutex_t * lock), (lock))
 WRAP(pthread_mutex_unlock, (pthread_mutex_t * lock), (lock))
 WRAP(pthread_mutex_destroy, (pthread_mutex_t * lock), (lock))
-WRAP_AS(CLOCK_GETTIME, clock_gettime, (clockid_t clock, timespec *when), (clock, when))
-
-int __real_usleep(useconds_t duration);
-int __wrap_usleep(useconds_t duration) {
-  if (duration > 20000) abort();
-  return fails("usleep") ? -1 : __real_usleep(duration);
-}
+WRAP(clock_gettime, (clockid_t clock, timespec *when), (clock, when))
+WRAP(usleep, (useconds_t duration), (duration))
 }
 // NOLINTEND(bugprone-reserved-identifier)

@@ -40,10 +40,9 @@ int num_assertions();
 // How many threads have announced that they wait for a mutex.
 int num_waiting();
 
-// Makes the nth call of the calling thread from now on fail, of `function` or, where that is empty,
-// of all that can be made to fail.  An allocation returns NULL, any other call `error`, having done
-// nothing.
-void fail_call(int nth, const std::string &function = "", int error = 22);
+// Makes the calling thread's nth call of a function fail, from now on; of any function if that is
+// empty.  A failing allocation returns NULL, any other call EINVAL, having done nothing.
+void fail_call(const std::string &function, int nth = 1);
 // Ends that.  Returns the function whose call has failed, or "".
 std::string end_failing();
 
@@ -51,14 +50,16 @@ std::string end_failing();
 // error.
 void announce_to_stderr();
 
-// Number of calls that the process has made of a function that can be made to fail, and that have
-// not been.
+// How many calls of a function were not made to fail.
 long calls(const std::string &function);
 
-// Allocations of the library's that are not freed yet.
+// Allocations of the library that are not freed yet.
 size_t live_allocations();
-// Number of leading zero bytes in the allocation freed last.
-size_t zeros_at_last_free();
+
+// Watches a record until it is freed.
+void watch(const void *record, size_t size);
+// Whether the record was freed with all its bytes zero.
+bool watched_was_zero();
 
 // The thirteen results, by their names without the prefix, and 0 as "OK".
 std::string result_name(uint32_t rc);

@@ -1,6 +1,6 @@
-// A model of a database, and the operations that are done to both: on lines, items and blocks, in
-// both block modes, with and without entry locking, at times while a call of the heap or of a lock
-// fails.  After each, the database is what the model is, which is made of plain maps.
+// A model of a database, made of plain maps, and the operations that are done to both: on lines,
+// items and blocks, in both block modes, with and without entry locking, at times while a call of
+// the heap or of a lock fails.  After each operation the database is compared with the model.
 //
 // The model test draws the operations at random, the fuzzer from bytes.
 
@@ -8,31 +8,37 @@
 #define TTY_DB_TESTS_SUPPORT_MODEL_H
 
 #include <algorithm>
-#include <deque>
 #include <functional>
 #include <map>
 
-#include "block/index.h"
+#include "block/block.h"
+#include "item/item.h"
+#include "iterate/iterator.h"
 #include "support/database.h"
 
 using host::result_name;
-using Position = std::pair<uint32_t, uint32_t>;  // category and id
 
 struct ModelLine {
   tty_db_tty_type *tty = nullptr;
-  std::deque<std::pair<uint32_t, char *>> items;  // newest first
+  std::map<uint32_t, char *> items;  // keys and data
+};
+
+// The ids from `first` up to, but not including, `end`.
+struct Range {
+  uint32_t first = 0;
+  uint32_t end = 0;
+  bool contains(uint32_t id) const { return id >= first && id < end; }
+  bool overlaps(Range other) const { return first < other.end && other.first < end; }
 };
 
 struct ModelBlock {
-  uint32_t first = 0;
-  uint32_t count = 0;
+  Range range;
   std::string tag;  // "" for none
   tty_db_block_type *handle = nullptr;
-  bool operator<(const ModelBlock &other) const { return first < other.first; }
-  bool holds(uint32_t id) const { return id >= first && id < first + count; }
+  bool operator<(const ModelBlock &other) const { return range.first < other.range.first; }
 };
 
-// What the model's steps are drawn from: returns a number below the bound.
+// Draws a number below a bound.
 using Draw = std::function<uint32_t(uint32_t bound)>;
 
 class Model {
@@ -48,19 +54,20 @@ class Model {
   Model(const Model &) = delete;
   Model &operator=(const Model &) = delete;
   ~Model() {
-    EXPECT_EQ(tty_db_iterate_end(iterator_), 0u);
-    EXPECT_GE(host::zeros_at_last_free(), 2 * sizeof(Position) + sizeof(void *));
-    // The end of the database ends a hold of this thread's.
-    const auto &rest = lines_[category_];
-    tty_db_tty_type *held = nullptr;
-    if (!rest.empty()) tty_db_tty_retrieve(db_, category_, rest.begin()->first, &held);
+    end_iterator();
+    // The database is destroyed while this thread holds an entry.
+    if (!lines().empty()) {
+      tty_db_tty_type *held = nullptr;
+      EXPECT_EQ(tty_db_tty_retrieve(db_, category_, lines().begin()->first, &held), 0u);
+    }
   }
 
-  // One operation.
+  // Does one operation, with a line or a block of one category.
   void step() {
-    category_ = below(100) < 80 ? 1 : below(TTY_CATEGORY_MAX + 1);
-    // Few distinct ids, so that operations meet; at times the ends of the range.
-    id_ = below(100) < 90 ? below(120) : below(2) != 0 ? TTY_PORT_MAX - below(25) : below(10001);
+    category_ = one_in(5) ? below(TTY_CATEGORY_MAX + 1) : 1;
+    id_ = below(120);  // few, so that operations meet
+    if (one_in(20)) id_ = below(TTY_PORT_MAX + 1);
+    if (one_in(20)) id_ = TTY_PORT_MAX - below(25);
     host::clear();
     operate();
     EXPECT_TRUE(host::trace_is_sound());
@@ -70,9 +77,11 @@ class Model {
   void check() {
     host::clear();
     check_lines();
+    check_iterator();
     check_blocks();
-    check_index();
-    check_details();
+    check_details_by_id(id_);
+    check_details_by_id(below(130));
+    check_details_by_tag();
     check_line();
     EXPECT_EQ(host::num_assertions(), 0);
     EXPECT_TRUE(host::trace_is_sound());
@@ -80,67 +89,67 @@ class Model {
 
  private:
   uint32_t below(uint32_t bound) { return draw_(bound); }
-  auto &lines() { return lines_[category_]; }
-  auto &blocks() { return blocks_[category_]; }
+  bool one_in(uint32_t number) { return below(number) == 0; }
+  std::map<uint32_t, ModelLine> &lines() { return lines_[category_]; }
+  std::vector<ModelBlock> &blocks() { return blocks_[category_]; }
 
   ModelBlock *block_of(uint32_t id) {
     for (ModelBlock &block : blocks()) {
-      if (block.holds(id)) return &block;
+      if (block.range.contains(id)) return &block;
     }
     return nullptr;
   }
+  // A block that the program may change, or NULL.
   ModelBlock *any_block() {
-    return blocks().empty() ? nullptr : &blocks()[below(static_cast<uint32_t>(blocks().size()))];
+    if (automatic_ || blocks().empty()) return nullptr;
+    return &blocks()[below(static_cast<uint32_t>(blocks().size()))];
   }
-  bool overlaps(uint32_t first, uint32_t count, const ModelBlock *but) {
-    return std::any_of(blocks().begin(), blocks().end(), [&](const ModelBlock &block) {
-      return &block != but && first < block.first + block.count && block.first < first + count;
-    });
+  bool overlaps_another(Range range, const ModelBlock *but) {
+    for (const ModelBlock &block : blocks()) {
+      if (&block != but && block.range.overlaps(range)) return true;
+    }
+    return false;
   }
   void add_block(const ModelBlock &block) {
     blocks().push_back(block);
     std::sort(blocks().begin(), blocks().end());
   }
-  void erase_block(const ModelBlock *gone) {
-    blocks().erase(blocks().begin() + (gone - blocks().data()));
+  void erase_block(const ModelBlock *block) {
+    blocks().erase(blocks().begin() + (block - blocks().data()));
   }
-  template <typename Dropped>
-  bool any_line(Dropped dropped) {
-    return std::any_of(lines().begin(), lines().end(),
-                       [&](auto &line) { return dropped(line.first); });
+  uint32_t num_lines(Range range) {
+    uint32_t count = 0;
+    for (const auto &line : lines()) count += range.contains(line.first) ? 1 : 0;
+    return count;
   }
-  template <typename Dropped>
-  void erase_lines(Dropped dropped) {
-    for (auto line = lines().begin(); line != lines().end();) {
-      line = dropped(line->first) ? lines().erase(line) : std::next(line);
-    }
+  void erase_lines(Range range) {
+    for (uint32_t id = range.first; id < range.end; ++id) lines().erase(id);
   }
-
-  std::string random_tag() { return below(2) == 0 ? "" : "tag" + std::to_string(below(4)); }
-
-  // At times makes a call fail that the next operation makes of the heap or of a lock: a call whose
-  // failure does not end the process.
-  void disturb_at_times() {
-    static const char *const calls[] = {
-        "calloc",         "calloc",     "strdup",        "rwlock_trywrlock", "rwlock_timedwrlock",
-        "mutexattr_init", "mutex_init", "mutex_trylock", "mutex_lock",       "mutex_destroy"};
-    if (below(5) != 0) return;
-    const int nth = 1 + static_cast<int>(below(3));
-    const uint32_t call = below(10);
-    host::fail_call(nth, std::string(call < 3 ? "" : "pthread_") + calls[call]);
+  std::string any_tag() { return one_in(2) ? "" : "tag" + std::to_string(below(4)); }
+  static const char *tag_argument(const std::string &tag) {
+    return tag.empty() ? nullptr : tag.c_str();
   }
 
-  // Compares a result with the expected one.  An operation that a failed call keeps from it says so
-  // instead, and where the call has been on a lock, assertions may have failed.  Returns whether
-  // the operation has taken effect.
+  // At times makes a call fail that the next operation makes: one whose failure does not end the
+  // process.
+  void disturb() {
+    static const char *const calls[] = {"calloc", "strdup", "pthread_rwlock_trywrlock",
+                                        "pthread_mutex_init", "pthread_mutex_trylock"};
+    if (!one_in(5)) return;
+    const char *call = calls[below(5)];
+    host::fail_call(call, 1 + static_cast<int>(below(3)));
+  }
+
+  // Compares a result with the expected one.  An operation that is kept from it by a failed call
+  // says so instead.  Returns whether the operation has taken effect.
   bool took_effect(uint32_t rc, const std::string &expected) {
     const std::string failed = host::end_failing();
-    const bool on_lock = failed.rfind("pthread_", 0) == 0;
     const std::string result = result_name(rc);
-    const bool hindered = on_lock ? result == "LOCK_FAILED" || result == "LOCK_INIT"
-                                  : !failed.empty() && result == "NO_MEMORY";
-    EXPECT_TRUE(result == expected || hindered) << result << ", not " << expected << " " << failed;
-    EXPECT_TRUE(on_lock || host::num_assertions() == 0) << host::log_text();
+    const bool lock_failed = failed.rfind("pthread_", 0) == 0;
+    if (lock_failed && (result == "LOCK_FAILED" || result == "LOCK_INIT")) return false;
+    if (!lock_failed && !failed.empty() && result == "NO_MEMORY") return false;
+    EXPECT_EQ(result, expected) << "failed: " << failed;
+    EXPECT_TRUE(lock_failed || host::num_assertions() == 0) << host::log_text();
     return rc == 0;
   }
 
@@ -148,152 +157,172 @@ class Model {
     const uint32_t choice = below(100);
     if (choice < 35) return add_line();
     if (choice < 50) return remove_line();
-    if (choice < 70) return change_items();
+    if (choice < 60) return create_item();
+    if (choice < 70) return destroy_item();
     if (choice < 80) return reserve();
     if (choice < 95) return resize();
     release();
   }
 
   void add_line() {
-    tty_db_tty_type *tty = nullptr;
     ModelBlock *block = block_of(id_);
-    const char *expected = lines().count(id_) != 0           ? "TTY_EXISTS"
-                           : block == nullptr && !automatic_ ? "NO_BLOCK"
-                                                             : "OK";
-    disturb_at_times();
-    if (!took_effect(tty_db_tty_register(db_, category_, id_, sizeof(Entry) + below(100), &tty),
-                     expected)) {
+    std::string expected = "OK";
+    if (block == nullptr && !automatic_) expected = "NO_BLOCK";
+    if (lines().count(id_) != 0) expected = "TTY_EXISTS";
+    tty_db_tty_type *tty = nullptr;
+    disturb();
+    const uint32_t rc = tty_db_tty_register(db_, category_, id_, sizeof(Entry) + below(100), &tty);
+    if (!took_effect(rc, expected)) {
       EXPECT_EQ(tty, nullptr);
       return;
     }
     lines()[id_].tty = tty;
     if (block == nullptr) {
       const uint32_t first = id_ - id_ % 10;
-      add_block({first, std::min(10u, TTY_PORT_MAX - first + 1), "", nullptr});
+      add_block({{first, std::min(first + 10, TTY_PORT_MAX + 1)}, "", nullptr});
     }
     EXPECT_EQ(tty_db_tty_unlock(db_, tty), 0u);
   }
 
   void remove_line() {
-    const bool known = lines().count(id_) != 0;
     ModelBlock *block = block_of(id_);
-    tty_db_tty_type *held = nullptr;  // at times by this thread itself
-    if (below(3) == 0) tty_db_tty_retrieve(db_, category_, id_, &held);
-    disturb_at_times();
-    const uint32_t rc = tty_db_tty_deregister(db_, category_, id_);
-    if (!took_effect(rc, known ? "OK" : block != nullptr ? "NOT_REGISTERED" : "NO_BLOCK")) {
+    std::string expected = "OK";
+    if (lines().count(id_) == 0) expected = "NOT_REGISTERED";
+    if (block == nullptr) expected = "NO_BLOCK";
+    tty_db_tty_type *held = nullptr;
+    if (one_in(3)) tty_db_tty_retrieve(db_, category_, id_, &held);
+    disturb();
+    if (!took_effect(tty_db_tty_deregister(db_, category_, id_), expected)) {
       if (held != nullptr) tty_db_tty_unlock(db_, held);
       return;
     }
     lines().erase(id_);
-    if (known && automatic_ && !any_line([&](uint32_t id) { return block->holds(id); })) {
-      erase_block(block);
-    }
+    if (automatic_ && num_lines(block->range) == 0) erase_block(block);
   }
 
-  void change_items() {
+  // Retrieves the entry of a line.  Returns NULL if the line is not registered.
+  tty_db_tty_type *retrieve() {
     tty_db_tty_type *tty = nullptr;
     const bool known = lines().count(id_) != 0;
-    const uint32_t rc = tty_db_tty_retrieve(db_, category_, id_, &tty);
-    EXPECT_EQ(result_name(rc), known ? "OK" : "NOT_REGISTERED");
-    if (!known || rc != 0) return;
+    EXPECT_EQ(result_name(tty_db_tty_retrieve(db_, category_, id_, &tty)),
+              known ? "OK" : "NOT_REGISTERED");
+    return tty;
+  }
+
+  void create_item() {
+    tty_db_tty_type *tty = retrieve();
+    if (tty == nullptr) return;
     auto &items = lines()[id_].items;
     const uint32_t key = below(6) - 1;
-    const auto item = std::find_if(items.begin(), items.end(),
-                                   [&](const auto &candidate) { return candidate.first == key; });
     void *data = nullptr;
-    if (below(2) == 0) {
-      disturb_at_times();
-      const uint32_t made = tty_db_item_create(tty, key, 1 + below(50), &data);
-      if (took_effect(made, item != items.end() ? "ITEM_EXISTS" : "OK")) {
-        items.emplace_front(key, static_cast<char *>(data));
-        EXPECT_EQ(*static_cast<char *>(data), 0);
-        EXPECT_EQ(reinterpret_cast<uintptr_t>(data) % alignof(max_align_t), 0u);
-        *static_cast<char *>(data) = static_cast<char>(key + 1);
-      } else {
-        EXPECT_EQ(data, nullptr);
-      }
+    disturb();
+    const uint32_t rc = tty_db_item_create(tty, key, 1 + below(50), &data);
+    if (took_effect(rc, items.count(key) != 0 ? "ITEM_EXISTS" : "OK")) {
+      char *bytes = static_cast<char *>(data);
+      EXPECT_EQ(*bytes, 0);
+      EXPECT_EQ(reinterpret_cast<uintptr_t>(bytes) % alignof(max_align_t), 0u);
+      *bytes = static_cast<char>(key + 1);
+      items[key] = bytes;
+      EXPECT_EQ(tty->item_list_head->key, key);
     } else {
-      if (took_effect(tty_db_item_destroy(tty, key), item != items.end() ? "OK" : "NO_ITEM")) {
-        EXPECT_GE(host::zeros_at_last_free(), sizeof(void *) + sizeof(key));
-        items.erase(item);
-      }
+      EXPECT_EQ(data, nullptr);
     }
     EXPECT_EQ(tty_db_tty_unlock(db_, tty), 0u);
   }
 
+  void destroy_item() {
+    tty_db_tty_type *tty = retrieve();
+    if (tty == nullptr) return;
+    auto &items = lines()[id_].items;
+    const uint32_t key = below(6) - 1;
+    const bool known = items.erase(key) != 0;
+    tty_db_item_type *newest = tty->item_list_head;
+    const bool frees_newest = known && newest->key == key;
+    if (frees_newest) host::watch(newest, sizeof(*newest));
+    EXPECT_EQ(result_name(tty_db_item_destroy(tty, key)), known ? "OK" : "NO_ITEM");
+    EXPECT_TRUE(!frees_newest || host::watched_was_zero());
+    EXPECT_EQ(tty_db_tty_unlock(db_, tty), 0u);
+  }
+
   void reserve() {
-    const uint32_t count = 1 + below(below(5) == 0 ? 200 : 12);
-    std::string tag = random_tag();
+    const uint32_t count = 1 + below(one_in(5) ? 200 : 12);
+    const Range range = {id_, id_ + count};
+    std::string expected = "OK";
+    if (overlaps_another(range, nullptr)) expected = "OVERLAP";
+    if (automatic_) expected = "WRONG_MODE";
+    if (range.end > TTY_PORT_MAX + 1) expected = "INVALID_ARG";
+    std::string tag = any_tag();
     tty_db_block_type *handle = nullptr;
-    disturb_at_times();
-    const uint32_t rc = tty_db_block_reserve(db_, category_, id_, count,
-                                             tag.empty() ? nullptr : tag.c_str(), id_, &handle);
-    const char *expected = id_ + count - 1 > TTY_PORT_MAX  ? "INVALID_ARG"
-                           : automatic_                    ? "WRONG_MODE"
-                           : overlaps(id_, count, nullptr) ? "OVERLAP"
-                                                           : "OK";
-    if (took_effect(rc, expected)) add_block({id_, count, tag, handle});
+    disturb();
+    const uint32_t rc =
+        tty_db_block_reserve(db_, category_, id_, count, tag_argument(tag), id_, &handle);
+    if (took_effect(rc, expected)) add_block({range, tag, handle});
     EXPECT_EQ(handle == nullptr, rc != 0);
     tag.assign("overwritten");  // the library has a copy
   }
 
   void resize() {
-    ModelBlock *block = automatic_ ? nullptr : any_block();
+    ModelBlock *block = any_block();
     if (block == nullptr) return;
-    // Mostly near to where the block is, so that ids stay.
-    const uint32_t first =
-        below(4) == 0 ? id_ : block->first - std::min(block->first, below(6)) + below(6);
-    const uint32_t count = below(4) == 0
-                               ? 1 + below(300)
-                               : 1 + block->count + below(6) - std::min(block->count, below(6));
+    const Range old = block->range;
+    // Mostly close to where the block is, so that lines stay.
+    const uint32_t first = one_in(4) ? id_ : std::max(old.first + below(6), 6u) - 6;
+    const uint32_t count = 1 + below(one_in(4) ? 300 : old.end - old.first + 6);
+    const Range wanted = {first, first + count};
+    const Range below_wanted = {old.first, std::min(old.end, wanted.first)};
+    const Range above_wanted = {std::max(old.first, wanted.end), old.end};
     const uint32_t options = below(2);
-    const auto dropped = [&](uint32_t id) {
-      return block->holds(id) && (id < first || id >= first + count);
-    };
-    const char *expected = first + count - 1 > TTY_PORT_MAX    ? "INVALID_ARG"
-                           : options != 0 && any_line(dropped) ? "TTYS_REGISTERED"
-                           : overlaps(first, count, block)     ? "OVERLAP"
-                                                               : "OK";
-    if (below(2) == 0) host::fail_call(1, "calloc");  // what does not grow does without
+    std::string expected = "OK";
+    if (overlaps_another(wanted, block)) expected = "OVERLAP";
+    if (options != 0 && num_lines(below_wanted) + num_lines(above_wanted) != 0) {
+      expected = "TTYS_REGISTERED";
+    }
+    if (wanted.end > TTY_PORT_MAX + 1) expected = "INVALID_ARG";
+    if (one_in(2)) host::fail_call("calloc");
     const uint32_t rc = tty_db_block_resize(db_, block->handle, first, count, options);
-    EXPECT_TRUE(rc != TTY_DB_ERR_NO_MEMORY || count > block->count);
+    // A block that does not grow needs no memory.
+    EXPECT_TRUE(rc != TTY_DB_ERR_NO_MEMORY || count > old.end - old.first);
     if (!took_effect(rc, expected)) return;
-    erase_lines(dropped);
-    block->first = first;
-    block->count = count;
+    erase_lines(below_wanted);
+    erase_lines(above_wanted);
+    block->range = wanted;
     std::sort(blocks().begin(), blocks().end());
   }
 
   void release() {
-    ModelBlock *block = automatic_ ? nullptr : any_block();
+    ModelBlock *block = any_block();
     if (block == nullptr) return;
     const uint32_t options = below(2);
-    const auto held = [&](uint32_t id) { return block->holds(id); };
+    const bool refused = options != 0 && num_lines(block->range) != 0;
+    host::watch(block->handle, sizeof(*block->handle));
     const uint32_t rc = tty_db_block_release(db_, block->handle, options);
-    if (!took_effect(rc, options != 0 && any_line(held) ? "TTYS_REGISTERED" : "OK")) return;
-    EXPECT_GE(host::zeros_at_last_free(), sizeof(tty_db_block_type));
-    erase_lines(held);
+    if (!took_effect(rc, refused ? "TTYS_REGISTERED" : "OK")) return;
+    EXPECT_TRUE(host::watched_was_zero());
+    erase_lines(block->range);
     erase_block(block);
+  }
+
+  std::vector<Position> all_lines() {
+    std::vector<Position> all;
+    for (uint32_t category = 0; category <= TTY_CATEGORY_MAX; ++category) {
+      for (const auto &line : lines_[category]) all.emplace_back(category, line.first);
+    }
+    return all;
   }
 
   // The counts, and walks over all lines and over some.
   void check_lines() {
+    std::vector<Position> lines = all_lines();
     uint32_t num_blocks = 0;
-    std::vector<Position> expected;
-    for (uint32_t category = 0; category <= TTY_CATEGORY_MAX; ++category) {
-      num_blocks += static_cast<uint32_t>(blocks_[category].size());
-      for (const auto &line : lines_[category]) expected.emplace_back(category, line.first);
-    }
-    EXPECT_EQ(db_.counts(), std::make_pair(num_blocks, static_cast<uint32_t>(expected.size())));
-    EXPECT_EQ(db_.lines(), expected);
-    check_iterator(expected);
+    for (const auto &blocks : blocks_) num_blocks += static_cast<uint32_t>(blocks.size());
+    EXPECT_EQ(db_.counts(), std::make_pair(num_blocks, static_cast<uint32_t>(lines.size())));
+    EXPECT_EQ(db_.lines(), lines);
     const Position start(below(TTY_CATEGORY_MAX + 1), below(130));
-    const Position end(below(TTY_CATEGORY_MAX + 1),
-                       below(2) != 0 ? below(130) : TTY_PORT_MAX - below(25));
-    const auto outside = [&](const Position &line) { return line < start || line > end; };
-    expected.erase(std::remove_if(expected.begin(), expected.end(), outside), expected.end());
-    EXPECT_EQ(db_.lines(start.first, start.second, end.first, end.second), expected);
+    const uint32_t end_id = one_in(2) ? below(130) : TTY_PORT_MAX - below(25);
+    const Position end(below(TTY_CATEGORY_MAX + 1), end_id);
+    lines.erase(lines.begin(), std::lower_bound(lines.begin(), lines.end(), start));
+    lines.erase(std::upper_bound(lines.begin(), lines.end(), end), lines.end());
+    EXPECT_EQ(db_.lines(start, end), lines);
   }
 
   void start_iterator() {
@@ -301,116 +330,94 @@ class Model {
     next_ = {0, 0};
   }
 
-  // An iterator that lives through many steps: it yields the first line from its position on as the
-  // database is now, and none any more once it has found none.
-  void check_iterator(const std::vector<Position> &lines) {
-    if (below(4) != 0) return;
-    const auto line = std::lower_bound(lines.begin(), lines.end(), next_);
-    const bool more = line != lines.end();
-    Position found;
-    EXPECT_EQ(result_name(tty_db_iterate_next(iterator_, &found.first, &found.second)),
-              more ? "OK" : "NO_MORE");
-    EXPECT_EQ(found, more ? *line : Position(TTY_CATEGORY_MAX, 0));
-    next_ = more ? Position(found.first, found.second + 1) : Position(TTY_CATEGORY_MAX + 1, 0);
-    if (more || below(10) != 0) return;
+  void end_iterator() {
+    host::watch(iterator_, sizeof(*iterator_));
     EXPECT_EQ(tty_db_iterate_end(iterator_), 0u);
-    start_iterator();
+    EXPECT_TRUE(host::watched_was_zero());
   }
 
-  // The details of the block that holds the step's id, and of the first block with a tag.
-  void check_details() {
-    tty_db_block_details_type details;
-    const uint32_t by_line = tty_db_block_details_from_tty(db_, category_, id_, &details);
-    expect_details(block_of(id_), by_line, details);
+  // An iterator that lives through many steps yields the next line of the database as it is now.
+  void check_iterator() {
+    if (!one_in(4)) return;
+    const std::vector<Position> lines = all_lines();
+    const auto line = std::lower_bound(lines.begin(), lines.end(), next_);
+    Position found;
+    const uint32_t rc = tty_db_iterate_next(iterator_, &found.first, &found.second);
+    if (line != lines.end()) {
+      EXPECT_EQ(rc, 0u);
+      EXPECT_EQ(found, *line);
+      next_ = {found.first, found.second + 1};
+    } else {
+      EXPECT_EQ(rc, TTY_DB_ERR_NO_MORE);
+      end_iterator();
+      start_iterator();
+    }
+  }
 
-    const std::string tag = random_tag();
+  // The category's list: order, ranges, tags, counts.
+  void check_blocks() {
+    using Block = std::tuple<uint32_t, uint32_t, std::string, uint32_t>;
+    std::vector<Block> found;
+    const tty_db_block_type *block = db_.get()->block_lists[category_];
+    for (; block != nullptr; block = block->next_block) {
+      const tty_db_block_details_type &details = block->details;
+      found.emplace_back(details.first_tty, tty_db_block_end(block),
+                         details.tag_name != nullptr ? details.tag_name : "",
+                         details.num_registered);
+    }
+    std::vector<Block> expected;
+    for (const auto &[range, tag, handle] : blocks()) {
+      expected.emplace_back(range.first, range.end, tag, num_lines(range));
+    }
+    EXPECT_EQ(found, expected);
+  }
+
+  void check_details_by_id(uint32_t id) {
+    tty_db_block_details_type details;
+    const uint32_t rc = tty_db_block_details_from_tty(db_, category_, id, &details);
+    check_details(rc, details, block_of(id));
+  }
+
+  void check_details_by_tag() {
+    const std::string tag = any_tag();
     const ModelBlock *first = nullptr;
     for (const auto &blocks : blocks_) {
-      const auto block = std::find_if(blocks.begin(), blocks.end(),
-                                      [&](const auto &candidate) { return candidate.tag == tag; });
-      if (first == nullptr && block != blocks.end()) first = &*block;
-    }
-    const char *argument = tag.empty() ? nullptr : tag.c_str();
-    expect_details(first, tty_db_block_details_from_tag(db_, argument, &details), details);
-  }
-
-  void expect_details(const ModelBlock *block, uint32_t rc,
-                      const tty_db_block_details_type &details) {
-    const char *expected = automatic_ ? "WRONG_MODE" : block != nullptr ? "OK" : "NO_BLOCK";
-    EXPECT_EQ(result_name(rc), expected);
-    tty_db_block_details_type wanted = {};
-    if (rc == 0) tty_db_block_details_from_handle(db_, block->handle, &wanted);
-    EXPECT_EQ(fields(details), fields(wanted));
-    EXPECT_EQ(details.block_h, rc == 0 ? block->handle : nullptr);
-  }
-
-  // The category's list against the model: order, ranges, counts, slots.
-  void check_blocks() {
-    const tty_db_block_type *block = db_.get()->block_lists[category_];
-    for (const ModelBlock &wanted : blocks()) {
-      ASSERT_NE(block, nullptr);
-      EXPECT_EQ(std::make_tuple(block->details.first_tty, block->details.capacity),
-                std::make_tuple(wanted.first, wanted.count));
-      const char *tag = block->details.tag_name;
-      EXPECT_EQ(std::string(tag != nullptr ? tag : ""), wanted.tag);
-      uint32_t registered = 0;
-      for (uint32_t slot = 0; slot < block->details.capacity; ++slot) {
-        if (block->ttys[slot] == nullptr) continue;
-        ++registered;
-        EXPECT_EQ(block->ttys[slot], lines()[wanted.first + slot].tty);
+      for (const ModelBlock &block : blocks) {
+        if (first == nullptr && block.tag == tag) first = &block;
       }
-      EXPECT_EQ(block->details.num_registered, registered);
-      block = block->next_block;
     }
-    EXPECT_EQ(block, nullptr);
+    tty_db_block_details_type details;
+    const uint32_t rc = tty_db_block_details_from_tag(db_, tag_argument(tag), &details);
+    check_details(rc, details, first);
   }
 
-  // The index against the list: which block begins at each id, which line is there, and which block
-  // contains it.
-  void check_index() {
-    const tty_db_type *db = db_.get();
-    tty_db_category_index &index = db->index->categories[category_];
-    std::map<uint32_t, tty_db_block_type *> first_ids;
-    tty_db_block_type *block = db->block_lists[category_];
-    for (; block != nullptr; block = block->next_block) {
-      first_ids[block->details.first_tty] = block;
-    }
-    for (uint32_t id = 0; id <= TTY_PORT_MAX; ++id) {
-      const auto begins = first_ids.find(id);
-      const auto line = lines().find(id);
-      if (begins != first_ids.end()) block = begins->second;
-      if (block != nullptr && id == tty_db_block_end(block)) block = nullptr;
-      const bool sound = index.firsts.has(id) == (begins != first_ids.end()) &&
-                         index.block(id) == (begins != first_ids.end() ? block : nullptr) &&
-                         index.registered.has(id) == (line != lines().end()) &&
-                         index.entry(id) == (line != lines().end() ? line->second.tty : nullptr) &&
-                         tty_db_index_find_block(db, category_, id) == block;
-      EXPECT_TRUE(sound) << "index of id " << id;
-    }
+  void check_details(uint32_t rc, const tty_db_block_details_type &details,
+                     const ModelBlock *block) {
+    std::string expected = block != nullptr ? "OK" : "NO_BLOCK";
+    if (automatic_) expected = "WRONG_MODE";
+    EXPECT_EQ(result_name(rc), expected);
+    tty_db_block_details_type by_handle = {};
+    if (expected == "OK") tty_db_block_details_from_handle(db_, block->handle, &by_handle);
+    EXPECT_EQ(fields(details), fields(by_handle));
+    EXPECT_EQ(details.block_h, expected == "OK" ? block->handle : nullptr);
   }
 
-  // The line that the step was about: its entry, who holds it, and its items.
+  // The line of the step: its entry, who holds it, and its items.
   void check_line() {
-    const auto line = lines().find(id_);
-    tty_db_tty_type *const untouched = reinterpret_cast<tty_db_tty_type *>(this);
-    tty_db_tty_type *tty = untouched;
-    const uint32_t rc = tty_db_tty_retrieve(db_, category_, id_, &tty);
-    EXPECT_EQ(rc, line != lines().end() ? 0 : TTY_DB_ERR_NOT_REGISTERED);
-    if (line == lines().end()) {
-      EXPECT_EQ(tty, block_of(id_) != nullptr ? nullptr : untouched);
-      return;
-    }
-    EXPECT_EQ(tty, line->second.tty);
+    tty_db_tty_type *tty = retrieve();
+    if (tty == nullptr) return;
+    const ModelLine &line = lines()[id_];
+    EXPECT_EQ(tty, line.tty);
     EXPECT_TRUE(pthread_equal(tty->lock_owner, pthread_self()));
     tty_db_tty_type *again = nullptr;
     EXPECT_EQ(result_name(tty_db_tty_retrieve(db_, category_, id_, &again)),
               locking_ ? "LOCK_FAILED" : "OK");
     EXPECT_EQ(again, tty);
-    for (const auto &item : line->second.items) {
+    for (const auto &[key, bytes] : line.items) {
       void *data = nullptr;
-      EXPECT_EQ(tty_db_item_get(tty, item.first, &data), 0u);
-      EXPECT_EQ(data, item.second);
-      EXPECT_EQ(*item.second, static_cast<char>(item.first + 1));
+      EXPECT_EQ(tty_db_item_get(tty, key, &data), 0u);
+      EXPECT_EQ(data, bytes);
+      EXPECT_EQ(*bytes, static_cast<char>(key + 1));
     }
     EXPECT_EQ(tty_db_tty_unlock(db_, tty), 0u);
     EXPECT_TRUE(pthread_equal(tty->lock_owner, locking_ ? 0xFFFFFFFF : pthread_self()));
@@ -421,11 +428,11 @@ class Model {
   bool automatic_;
   Draw draw_;
   tty_db_iterator_type *iterator_ = nullptr;
-  Position next_;  // the iterator's; past the last category once it is exhausted
+  Position next_;  // of the iterator
   uint32_t category_ = 0;
   uint32_t id_ = 0;
   std::map<uint32_t, ModelLine> lines_[TTY_CATEGORY_MAX + 1];
-  std::vector<ModelBlock> blocks_[TTY_CATEGORY_MAX + 1];
+  std::vector<ModelBlock> blocks_[TTY_CATEGORY_MAX + 1];  // in the order of their ids
 };
 
 #endif  // TTY_DB_TESTS_SUPPORT_MODEL_H
