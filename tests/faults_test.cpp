@@ -171,15 +171,6 @@ TEST(Faults, OfTheRegistrationOfALineInANewBlock) {
                            kUnlock);
 }
 
-TEST(Faults, OfTheDeregistrationOfTheLastLineOfABlock) {
-  Operation remove;
-  remove.options = kLock | kAuto;
-  remove.prepare = [](World &world) { world.db.add(0, 7); };
-  remove.run = [](World &world) { return tty_db_tty_deregister(world.db, 0, 7); };
-  expect_outcomes(remove, kWriteLock + kCheckWriteLock + kEndEntry + kCheckWriteLock +
-                              kCheckWriteLock + kUnlock);
-}
-
 TEST(Faults, OfARetrieval) {
   Operation retrieve;
   retrieve.options = kLock | kAuto;

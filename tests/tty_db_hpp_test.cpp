@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
 #include <string>
 #include <system_error>
 #include <type_traits>
@@ -29,7 +28,7 @@ static_assert(!std::is_copy_constructible_v<ttydb::database>);
 
 // Expects a failure of both forms of an operation: with an error code, which it gets, and without.
 template <class Operation>
-void expect(errc code, Operation operation, int line = __builtin_LINE()) {
+void expect_failure(errc code, Operation operation, int line = __builtin_LINE()) {
   std::error_code ec;
   operation(ec);
   EXPECT_EQ(ec, code) << "line " << line;
@@ -46,14 +45,11 @@ using Positions = std::vector<ttydb::position>;
 Positions walk(ttydb::line_range range) { return {range.begin(), range.end()}; }
 
 TEST(ErrorCodes, HaveMessagesAndConditions) {
-  std::set<std::string> messages = {ttydb::category().message(0), ttydb::category().message(1)};
   for (const errc code :
        {errc::no_memory, errc::invalid_argument, errc::wrong_mode, errc::lock_failed,
         errc::lock_init, errc::no_block, errc::overlap, errc::item_exists, errc::tty_exists,
         errc::no_more, errc::no_item, errc::not_registered, errc::ttys_registered}) {
-    const std::string message = std::error_code(code).message();
-    EXPECT_TRUE(messages.insert(message).second) << message;
-    EXPECT_EQ(message, qerr_strerror(static_cast<std::uint32_t>(code)));
+    EXPECT_EQ(std::error_code(code).message(), qerr_strerror(static_cast<std::uint32_t>(code)));
   }
   EXPECT_EQ(ttydb::make_error_code(errc::no_memory), std::errc::not_enough_memory);
   EXPECT_EQ(ttydb::make_error_code(errc::lock_failed), std::errc::resource_unavailable_try_again);
@@ -65,24 +61,24 @@ TEST(EmptyHandles, RefuseEveryOperation) {
   ttydb::database db(ttydb::options::all);
   ttydb::database moved = std::move(db);
   ttydb::entry<Port> entry;
-  const auto bad = errc::invalid_argument;
-  expect(bad, [&](auto&... ec) { db.destroy(ec...); });
-  expect(bad, [&](auto&... ec) { db.counts(ec...); });
-  expect(bad, [&](auto&... ec) { EXPECT_FALSE(db.register_line<Port>(0, 0, ec...)); });
-  expect(bad, [&](auto&... ec) { EXPECT_FALSE(db.retrieve_line<Port>(0, 0, ec...)); });
-  expect(bad, [&](auto&... ec) { db.deregister_line(0, 0, ec...); });
-  expect(bad, [&](auto&... ec) { moved.deregister_line(std::move(entry), ec...); });
-  expect(bad, [&](auto&... ec) { EXPECT_FALSE(db.reserve_block(0, 0, 1, nullptr, 0, ec...)); });
-  expect(bad, [&](auto&... ec) { db.details_by_line(0, 0, ec...); });
-  expect(bad, [&](auto&... ec) { db.details_by_tag("", ec...); });
-  expect(bad, [&](auto&... ec) { EXPECT_EQ(walk(db.lines(ec...)), Positions()); });
-  expect(bad, [&](auto&... ec) { EXPECT_FALSE(entry.create<int>(1, ec...)); });
-  expect(bad, [&](auto&... ec) { EXPECT_FALSE(entry.get<int>(1, ec...)); });
-  expect(bad, [&](auto&... ec) { entry.destroy(1, ec...); });
-  expect(bad, [&](auto&... ec) { ttydb::block().resize(0, 1, dereg::allow, ec...); });
-  expect(bad, [&](auto&... ec) { ttydb::block().release(dereg::allow, ec...); });
-  expect(bad, [&](auto&... ec) { ttydb::block().details(ec...); });
-  EXPECT_EQ(moved.counts().lines, 0U);
+  ttydb::block block;
+  const auto refuses = [](auto operation) { expect_failure(errc::invalid_argument, operation); };
+  refuses([&](auto&... ec) { db.destroy(ec...); });
+  refuses([&](auto&... ec) { db.counts(ec...); });
+  refuses([&](auto&... ec) { db.register_line<Port>(0, 0, ec...); });
+  refuses([&](auto&... ec) { EXPECT_FALSE(db.retrieve_line<Port>(0, 0, ec...)); });
+  refuses([&](auto&... ec) { db.deregister_line(0, 0, ec...); });
+  refuses([&](auto&... ec) { moved.deregister_line(std::move(entry), ec...); });
+  refuses([&](auto&... ec) { db.reserve_block(0, 0, 1, nullptr, 0, ec...); });
+  refuses([&](auto&... ec) { db.details_by_line(0, 0, ec...); });
+  refuses([&](auto&... ec) { db.details_by_tag("", ec...); });
+  refuses([&](auto&... ec) { EXPECT_EQ(walk(db.lines(ec...)), Positions()); });
+  refuses([&](auto&... ec) { entry.create<int>(1, ec...); });
+  refuses([&](auto&... ec) { entry.get<int>(1, ec...); });
+  refuses([&](auto&... ec) { entry.destroy(1, ec...); });
+  refuses([&](auto&... ec) { block.resize(0, 1, dereg::allow, ec...); });
+  refuses([&](auto&... ec) { block.release(dereg::allow, ec...); });
+  refuses([&](auto&... ec) { block.details(ec...); });
 }
 
 TEST(Entries, AreHeldUntilTheirGuardEnds) {
@@ -92,46 +88,40 @@ TEST(Entries, AreHeldUntilTheirGuardEnds) {
   auto first = db.retrieve_line<Port>(1, 7);
   auto held = std::move(first);
   first = {};
-  expect(errc::lock_failed, again);
-  held.unlock();
-  held = db.retrieve_line<Port>(1, 7);
   EXPECT_EQ(held->baud, 9600U);
-  expect(errc::lock_failed, again);
+  expect_failure(errc::lock_failed, again);
   held = db.register_line<Port>(1, 8);
   EXPECT_TRUE(db.retrieve_line<Port>(1, 7)) << "assignment gave back what the guard held";
-
-  held.create<double>(1) = 1.5;
-  held.create_array<double>(2, 3)[2] = 42;
-  EXPECT_EQ(held.get<double>(1), 1.5);
-  EXPECT_EQ(held.find<double>(2)[2], 42);
-  expect(errc::item_exists, [&](auto&... ec) { EXPECT_FALSE(held.create<int>(1, ec...)); });
-  expect(errc::no_memory, [&](auto&... ec) { held.create_array<int>(3, SIZE_MAX / 4 + 2, ec...); });
-  held.destroy(1);
-  EXPECT_EQ(held.find<double>(1), nullptr);
-
   held.unlock();
-  expect(errc::invalid_argument, [&](auto&... ec) { db.deregister_line(std::move(held), ec...); });
+  EXPECT_TRUE(db.retrieve_line<Port>(1, 8));
+}
+
+TEST(Entries, HaveItems) {
+  ttydb::database db(ttydb::options::all);
+  auto entry = db.register_line<Port>(1, 7);
+  entry.create<double>(1) = 1.5;
+  entry.create_array<double>(2, 3)[2] = 42;
+  EXPECT_EQ(entry.get<double>(1), 1.5);
+  EXPECT_EQ(entry.find<double>(2)[2], 42);
+  expect_failure(errc::item_exists, [&](auto&... ec) { entry.create<int>(1, ec...); });
+  expect_failure(errc::no_memory,
+                 [&](auto&... ec) { entry.create_array<int>(3, SIZE_MAX / 4 + 2, ec...); });
+  entry.destroy(1);
+  EXPECT_EQ(entry.find<double>(1), nullptr);
 }
 
 TEST(Entries, EndWithTheirLine) {
   ttydb::database db(ttydb::options::all);
   ttydb::database other(ttydb::options::all);
-  other.register_line<Port>(1, 7);
-  for (std::uint32_t id = 0; id < 10; ++id) db.register_line<Port>(1, id)->baud = id % 3;
-  for (const ttydb::position at : db.lines()) {
-    auto entry = db.retrieve_line<Port>(at);
-    EXPECT_EQ(entry.position(), at);
-    expect(errc::invalid_argument,
-           [&](auto&... ec) { other.deregister_line(std::move(entry), ec...); });
-    ASSERT_TRUE(entry) << "a failure leaves the entry with its guard";
-    if (entry->baud != 0) {
-      db.deregister_line(std::move(entry));
-      EXPECT_FALSE(entry);
-      expect(errc::not_registered, [&](auto&... ec) { db.deregister_line(at, ec...); });
-    }
-  }
-  EXPECT_EQ(walk(db.lines()), (Positions{{1, 0}, {1, 3}, {1, 6}, {1, 9}}));
-  EXPECT_EQ(other.counts().lines, 1U);
+  db.register_line<Port>({1, 8});
+  auto entry = db.register_line<Port>({1, 7});
+  EXPECT_EQ(entry.position(), (ttydb::position{1, 7}));
+  expect_failure(errc::invalid_argument,
+                 [&](auto&... ec) { other.deregister_line(std::move(entry), ec...); });
+  ASSERT_TRUE(entry) << "a failure leaves the entry with its guard";
+  db.deregister_line(std::move(entry));
+  EXPECT_FALSE(entry);
+  expect_failure(errc::not_registered, [&](auto&... ec) { db.deregister_line({1, 7}, ec...); });
 }
 
 TEST(Ranges, YieldTheLinesBetweenTwoPositions) {
@@ -155,10 +145,12 @@ TEST(Ranges, YieldTheLinesBetweenTwoPositions) {
 TEST(Blocks, AreReservedResizedFoundAndReleased) {
   ttydb::database db(ttydb::options::lock_entries);
   ttydb::block block = db.reserve_block({2, 10}, 5, "usb", 77);
-  expect(errc::overlap, [&](auto&... ec) { db.reserve_block(2, 14, 1, nullptr, 0, ec...); });
+  expect_failure(errc::overlap,
+                 [&](auto&... ec) { db.reserve_block(2, 14, 1, nullptr, 0, ec...); });
   db.register_line<Port>(2, 14);
-  expect(errc::ttys_registered, [&](auto&... ec) { block.resize(8, 5, dereg::refuse, ec...); });
-  expect(errc::ttys_registered, [&](auto&... ec) { block.release(dereg::refuse, ec...); });
+  expect_failure(errc::ttys_registered,
+                 [&](auto&... ec) { block.resize(8, 5, dereg::refuse, ec...); });
+  expect_failure(errc::ttys_registered, [&](auto&... ec) { block.release(dereg::refuse, ec...); });
   block.resize(8, 5);
   EXPECT_EQ(block.details().first_tty, 8U);
   EXPECT_EQ(db.details_by_tag("usb").ctx, 77U);

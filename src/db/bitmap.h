@@ -9,8 +9,6 @@
 template <uint32_t N>
 class tty_db_bitmap {
  public:
-  bool has(uint32_t number) const { return (words_[number / 64] >> number % 64 & 1) != 0; }
-
   void insert(uint32_t number) {
     words_[number / 64] |= bit(number);
     groups_[number / 4096] |= bit(number / 64);

@@ -91,7 +91,9 @@ class Database {
     EXPECT_EQ(category, TTY_CATEGORY_MAX);
     EXPECT_EQ(id, 0u);
     EXPECT_EQ(tty_db_iterate_next(iterator, &category, &id), TTY_DB_ERR_NO_MORE);
+    host::watch(iterator, sizeof(Position));
     EXPECT_EQ(tty_db_iterate_end(iterator), 0u);
+    EXPECT_TRUE(host::watched_was_zero());
     return found;
   }
 

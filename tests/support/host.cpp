@@ -323,12 +323,16 @@ size_t live_allocations() {
 }
 
 void watch(const void *record, size_t size) {
+  const Guard guard(records().lock);
   records().watched = static_cast<const char *>(record);
   records().watched_size = size;
   records().watched_was_zero = false;
 }
 
-bool watched_was_zero() { return records().watched_was_zero; }
+bool watched_was_zero() {
+  const Guard guard(records().lock);
+  return records().watched_was_zero;
+}
 
 }  // namespace host
 
