@@ -23,14 +23,16 @@ Texts logged(const char *mark) {
 }
 
 // Expects that a call returns a result and traces these lines.
-#define EXPECT_REJECTED(call, result, ...)          \
+#define EXPECT_RESULT(result, call, ...)            \
   do {                                              \
     host::clear();                                  \
     host::trace(true);                              \
-    EXPECT_EQ(call, TTY_DB_ERR_##result);           \
+    EXPECT_EQ(call, result);                        \
     host::trace(false);                             \
     EXPECT_EQ(logged(" . "), (Texts{__VA_ARGS__})); \
   } while (false)
+
+#define EXPECT_INVALID(...) EXPECT_RESULT(TTY_DB_ERR_INVALID_ARG, __VA_ARGS__)
 
 // Expects that these assertions fail in a statement.
 #define EXPECT_ASSERTS(statement, ...)                  \
@@ -49,42 +51,39 @@ TEST(BadArguments, AreRejectedEachWithItsLine) {
   const char *category = "Invalid category 6";
   const char *range = "Invalid first TTY / number of TTYs";
   const char *id = "Invalid TTY Id 10001";
-  EXPECT_REJECTED(tty_db_create(7, nullptr), INVALID_ARG, "Invalid options argument",
-                  "NULL handle pointer argument");
-  EXPECT_REJECTED(tty_db_destroy(nullptr), INVALID_ARG, "NULL handle pointer argument");
-  EXPECT_REJECTED(tty_db_get_details(nullptr, nullptr, nullptr), INVALID_ARG,
-                  "NULL handle pointer argument");
-  EXPECT_REJECTED(tty_db_block_reserve(nullptr, 6, UINT32_MAX, 2, nullptr, 0, nullptr), INVALID_ARG,
-                  no_db, no_block, category, range);
-  EXPECT_REJECTED(tty_db_block_resize(nullptr, nullptr, 1, 0, 3), INVALID_ARG, no_db, no_block,
-                  range, "Invalid block options 0x3");
-  EXPECT_REJECTED(tty_db_block_release(nullptr, nullptr, 2), INVALID_ARG, no_db, no_block,
-                  "Invalid block options 0x2");
-  EXPECT_REJECTED(tty_db_block_details_from_handle(nullptr, nullptr, nullptr), INVALID_ARG, no_db,
-                  no_block, "NULL Details pointer");
-  EXPECT_REJECTED(tty_db_block_details_from_tty(nullptr, 6, 10001, nullptr), INVALID_ARG, no_db,
-                  "NULL Details pointer", category, "Invalid first TTY");
-  EXPECT_REJECTED(tty_db_block_details_from_tag(nullptr, "x", nullptr), INVALID_ARG, no_db,
-                  "NULL Details pointer");
-  EXPECT_REJECTED(tty_db_tty_register(nullptr, 6, 10001, need - 1, nullptr), INVALID_ARG, no_db,
-                  category, id, too_small, "NULL TTY handle");
-  EXPECT_REJECTED(tty_db_tty_deregister(nullptr, 6, 10001), INVALID_ARG, no_db, category, id);
-  EXPECT_REJECTED(tty_db_tty_retrieve(nullptr, 6, 10001, nullptr), INVALID_ARG, no_db, category, id,
-                  "NULL TTY output variable");
-  EXPECT_REJECTED(tty_db_tty_unlock(nullptr, nullptr), INVALID_ARG, no_db,
-                  "NULL TTY entry structure");
-  EXPECT_REJECTED(tty_db_item_create(nullptr, 1, 0, nullptr), INVALID_ARG, "NULL TTY entry pointer",
-                  "0 size is illegal", "NULL item output pointer");
-  EXPECT_REJECTED(tty_db_item_get(nullptr, 1, nullptr), INVALID_ARG, "NULL TTY entry pointer",
-                  "NULL item output pointer");
-  EXPECT_REJECTED(tty_db_item_destroy(nullptr, 1), INVALID_ARG, "NULL TTY entry pointer");
-  EXPECT_REJECTED(tty_db_iterate_start(nullptr, 6, 10001, 7, 10002, nullptr), INVALID_ARG, no_db,
-                  "Invalid start category 6", "Invalid start Id 10001", "Invalid end category 7",
-                  "Invalid end Id 10002", "NULL iterator handle output variable");
-  EXPECT_REJECTED(tty_db_iterate_next(nullptr, nullptr, nullptr), INVALID_ARG,
-                  "NULL Iterator handle", "NULL category output argument",
-                  "NULL TTY ID output argument");
-  EXPECT_REJECTED(tty_db_iterate_end(nullptr), INVALID_ARG, "NULL iterator argument");
+  EXPECT_INVALID(tty_db_create(7, nullptr), "Invalid options argument",
+                 "NULL handle pointer argument");
+  EXPECT_INVALID(tty_db_destroy(nullptr), "NULL handle pointer argument");
+  EXPECT_INVALID(tty_db_get_details(nullptr, nullptr, nullptr), "NULL handle pointer argument");
+  EXPECT_INVALID(tty_db_block_reserve(nullptr, 6, UINT32_MAX, 2, nullptr, 0, nullptr), no_db,
+                 no_block, category, range);
+  EXPECT_INVALID(tty_db_block_resize(nullptr, nullptr, 1, 0, 3), no_db, no_block, range,
+                 "Invalid block options 0x3");
+  EXPECT_INVALID(tty_db_block_release(nullptr, nullptr, 2), no_db, no_block,
+                 "Invalid block options 0x2");
+  EXPECT_INVALID(tty_db_block_details_from_handle(nullptr, nullptr, nullptr), no_db, no_block,
+                 "NULL Details pointer");
+  EXPECT_INVALID(tty_db_block_details_from_tty(nullptr, 6, 10001, nullptr), no_db,
+                 "NULL Details pointer", category, "Invalid first TTY");
+  EXPECT_INVALID(tty_db_block_details_from_tag(nullptr, "x", nullptr), no_db,
+                 "NULL Details pointer");
+  EXPECT_INVALID(tty_db_tty_register(nullptr, 6, 10001, need - 1, nullptr), no_db, category, id,
+                 too_small, "NULL TTY handle");
+  EXPECT_INVALID(tty_db_tty_deregister(nullptr, 6, 10001), no_db, category, id);
+  EXPECT_INVALID(tty_db_tty_retrieve(nullptr, 6, 10001, nullptr), no_db, category, id,
+                 "NULL TTY output variable");
+  EXPECT_INVALID(tty_db_tty_unlock(nullptr, nullptr), no_db, "NULL TTY entry structure");
+  EXPECT_INVALID(tty_db_item_create(nullptr, 1, 0, nullptr), "NULL TTY entry pointer",
+                 "0 size is illegal", "NULL item output pointer");
+  EXPECT_INVALID(tty_db_item_get(nullptr, 1, nullptr), "NULL TTY entry pointer",
+                 "NULL item output pointer");
+  EXPECT_INVALID(tty_db_item_destroy(nullptr, 1), "NULL TTY entry pointer");
+  EXPECT_INVALID(tty_db_iterate_start(nullptr, 6, 10001, 7, 10002, nullptr), no_db,
+                 "Invalid start category 6", "Invalid start Id 10001", "Invalid end category 7",
+                 "Invalid end Id 10002", "NULL iterator handle output variable");
+  EXPECT_INVALID(tty_db_iterate_next(nullptr, nullptr, nullptr), "NULL Iterator handle",
+                 "NULL category output argument", "NULL TTY ID output argument");
+  EXPECT_INVALID(tty_db_iterate_end(nullptr), "NULL iterator argument");
 }
 
 TEST(BadArguments, AProgramDoesNotManageTheBlocksOfAnAutomaticDatabase) {
@@ -93,9 +92,10 @@ TEST(BadArguments, AProgramDoesNotManageTheBlocksOfAnAutomaticDatabase) {
   tty_db_block_type *block = manual.reserve(0, 0, 10);
   tty_db_block_details_type details;
   const char *line = "DB has automatic block management";
-  EXPECT_REJECTED(tty_db_block_resize(automatic, block, 0, 1, 0), WRONG_MODE, line);
-  EXPECT_REJECTED(tty_db_block_release(automatic, block, 0), WRONG_MODE, line);
-  EXPECT_REJECTED(tty_db_block_details_from_handle(automatic, block, &details), WRONG_MODE, line);
+  EXPECT_RESULT(TTY_DB_ERR_WRONG_MODE, tty_db_block_resize(automatic, block, 0, 1, 0), line);
+  EXPECT_RESULT(TTY_DB_ERR_WRONG_MODE, tty_db_block_release(automatic, block, 0), line);
+  EXPECT_RESULT(TTY_DB_ERR_WRONG_MODE, tty_db_block_details_from_handle(automatic, block, &details),
+                line);
 }
 
 TEST(BadArguments, TheSizeOfAnItemDoesNotWrap) {
@@ -103,8 +103,8 @@ TEST(BadArguments, TheSizeOfAnItemDoesNotWrap) {
   tty_db_tty_type *tty = db.add(0, 0);
   void *item = nullptr;
   const std::string wrapped = std::to_string(sizeof(tty_db_item_type) - 1);
-  EXPECT_REJECTED(tty_db_item_create(tty, 1, SIZE_MAX, &item), NO_MEMORY,
-                  "malloc(" + wrapped + ") of item list structure failed");
+  EXPECT_RESULT(TTY_DB_ERR_NO_MEMORY, tty_db_item_create(tty, 1, SIZE_MAX, &item),
+                "malloc(" + wrapped + ") of item list structure failed");
 }
 
 TEST(Outputs, AreClearedByAFailureButForARetrievalWithoutABlock) {

@@ -132,11 +132,7 @@ TEST(Ranges, YieldTheLinesBetweenTwoPositions) {
   EXPECT_EQ(walk(db.lines({0, 4}, {1, 0})), Positions(all.begin() + 1, all.begin() + 3));
 
   std::error_code ec = errc::no_memory;
-  ttydb::line_range range = db.lines(ec);
-  EXPECT_EQ(*range.begin(), all[0]);
-  ttydb::line_range rest = std::move(range);
-  EXPECT_EQ(range.begin(), range.end());
-  EXPECT_EQ(walk(std::move(rest)), Positions(all.begin() + 1, all.end()));
+  EXPECT_EQ(walk(db.lines(ec)), all);
   EXPECT_FALSE(ec) << "the end of a range is no failure";
 }
 

@@ -340,8 +340,6 @@ bool watched_was_zero() {
 #if __SIZEOF_POINTER__ == 4  // the names of the functions with times and offsets of 64 bits
 #define __real_mmap __real_mmap64
 #define __wrap_mmap __wrap_mmap64
-#define __real_clock_gettime __real___clock_gettime64
-#define __wrap_clock_gettime __wrap___clock_gettime64
 #define __real_pthread_rwlock_timedwrlock __real___pthread_rwlock_timedwrlock64
 #define __wrap_pthread_rwlock_timedwrlock __wrap___pthread_rwlock_timedwrlock64
 #endif
@@ -396,15 +394,11 @@ WRAP(pthread_rwlock_trywrlock, (pthread_rwlock_t * lock), (lock))
 WRAP(pthread_rwlock_timedwrlock, (pthread_rwlock_t * lock, const timespec *when), (lock, when))
 WRAP(pthread_rwlock_unlock, (pthread_rwlock_t * lock), (lock))
 WRAP(pthread_rwlock_destroy, (pthread_rwlock_t * lock), (lock))
-WRAP(pthread_mutexattr_init, (pthread_mutexattr_t * attr), (attr))
-WRAP(pthread_mutexattr_settype, (pthread_mutexattr_t * attr, int type), (attr, type))
-WRAP(pthread_mutexattr_destroy, (pthread_mutexattr_t * attr), (attr))
 WRAP(pthread_mutex_init, (pthread_mutex_t * lock, const pthread_mutexattr_t *attr), (lock, attr))
 WRAP(pthread_mutex_trylock, (pthread_mutex_t * lock), (lock))
 WRAP(pthread_mutex_lock, (pthread_mutex_t * lock), (lock))
 WRAP(pthread_mutex_unlock, (pthread_mutex_t * lock), (lock))
 WRAP(pthread_mutex_destroy, (pthread_mutex_t * lock), (lock))
-WRAP(clock_gettime, (clockid_t clock, timespec *when), (clock, when))
 WRAP(usleep, (useconds_t duration), (duration))
 }
 // NOLINTEND(bugprone-reserved-identifier)
