@@ -21,7 +21,6 @@ using Position = std::pair<uint32_t, uint32_t>;  // category and id
 struct Entry {
   tty_db_tty_type head;
   uint64_t value;
-  unsigned char rest[32];
 };
 
 // The fields of a block's details, to be compared and printed.
@@ -52,9 +51,9 @@ class Database {
   operator tty_db_type *() const { return db_; }
 
   tty_db_block_type *reserve(uint32_t category, uint32_t first, uint32_t count,
-                             const char *tag = nullptr, uintptr_t ctx = 0) {
+                             const char *tag = nullptr) {
     tty_db_block_type *block = nullptr;
-    EXPECT_EQ(tty_db_block_reserve(db_, category, first, count, tag, ctx, &block), 0u);
+    EXPECT_EQ(tty_db_block_reserve(db_, category, first, count, tag, 0, &block), 0u);
     return block;
   }
 
