@@ -63,8 +63,8 @@ class Model {
   // Does one operation, with a line or a block of one category.
   void step() {
     category_ = one_in(5) ? below(TTY_CATEGORY_MAX + 1) : 1;
-    id_ = below(120);  // few, so that operations meet
-    if (one_in(20)) id_ = below(TTY_PORT_MAX + 1);
+    id_ = below(120);                                  // few, so that operations meet
+    if (one_in(20)) id_ = 4095 * below(3) + below(3);  // around the groups of the bitmaps
     if (one_in(20)) id_ = TTY_PORT_MAX - below(25);
     host::clear();
     operate();
@@ -323,20 +323,22 @@ class Model {
     EXPECT_EQ(db_.lines(start, end), between);
   }
 
-  // The category's list: order, ranges, tags, counts.
+  // The category's list: order, ranges, tags, counts, empty slots.
   void check_blocks() {
-    using Block = std::tuple<uint32_t, uint32_t, std::string, uint32_t>;
+    using Block = std::tuple<uint32_t, uint32_t, std::string, uint32_t, ptrdiff_t>;
     std::vector<Block> found;
     const tty_db_block_type *block = db_.get()->block_lists[category_];
     for (; block != nullptr; block = block->next_block) {
       const tty_db_block_details_type &details = block->details;
       found.emplace_back(details.first_tty, tty_db_block_end(block),
                          details.tag_name != nullptr ? details.tag_name : "",
-                         details.num_registered);
+                         details.num_registered,
+                         std::count(block->ttys, block->ttys + details.capacity, nullptr));
     }
     std::vector<Block> expected;
     for (const auto &[range, tag, handle] : blocks()) {
-      expected.emplace_back(range.first, range.end, tag, num_lines(range));
+      const uint32_t registered = num_lines(range);
+      expected.emplace_back(range.first, range.end, tag, registered, range.size() - registered);
     }
     EXPECT_EQ(found, expected);
   }
