@@ -146,6 +146,11 @@ TEST(Outputs, AreClearedByAFailureButForARetrievalWithoutABlock) {
   EXPECT_NE(without_block, nullptr);
 }
 
+TEST(Outputs, OfTheDetailsAreOptional) {
+  Database db(0);
+  EXPECT_EQ(tty_db_get_details(db, nullptr, nullptr), 0u);
+}
+
 // What the library asserts when it is called against its rules, or when the program has written
 // over a record.  Failed assertions return.
 class Assertions : public testing::Test {
