@@ -1,6 +1,6 @@
-"""What GDB shows of libttydb: printers for its records, and the command `info ttydb`.
+"""GDB printers for the records of libttydb, and the command `info ttydb`.
 
-A printer shows whatever can be read of broken memory, and says what cannot; it never fails.
+If memory is broken, a printer shows what it can read and says what it cannot. It never fails.
 """
 
 import gdb
@@ -10,10 +10,11 @@ OPTIONS = {0x1: "TTY_DB_OPT_LOCK_ENTRIES", 0x2: "TTY_DB_OPT_AUTO_BLOCKS"}
 MAX_IDS = 10001
 NOBODY = 0xFFFFFFFF
 HINT = "(is the debug information of this libttydb there?)"
+LOCKS = {"tty_db_readlock": "read lock", "tty_db_writelock": "write lock"}
 
 
 def attempt(make):
-    """What `make` returns or, where it fails, why."""
+    """The result of `make` or, if it fails, the reason."""
     try:
         return make()
     except Exception as error:
@@ -21,7 +22,7 @@ def attempt(make):
 
 
 def listing(elements):
-    """The elements as far as they can be had, and no more than `set print elements` allows."""
+    """The elements up to the first error, and up to the limit of `set print elements`."""
     shown = []
     try:
         for element in elements:
@@ -35,7 +36,7 @@ def listing(elements):
 
 
 def nodes(node, link):
-    """The nodes of the list that begins with `node` and goes on with the member `link`."""
+    """The nodes of a list: `node` points to the first, the member `link` of each to the next."""
     seen = set()
     while int(node) != 0:
         if int(node) in seen:
@@ -50,7 +51,7 @@ def id_range(first, last):
 
 
 def id_ranges(ids):
-    """The runs of ascending ids."""
+    """The ranges of consecutive ids."""
     first = last = None
     for id in ids:
         if last is not None and id != last + 1:
@@ -64,7 +65,7 @@ def id_ranges(ids):
 
 
 def thread_of_number(number):
-    """A thread by the kernel's number, 0 for none."""
+    """Names a thread by the kernel's number, which is 0 for none."""
     for thread in gdb.selected_inferior().threads():
         if number == thread.ptid[1]:
             return "thread %d (LWP %d)" % (thread.num, number)
@@ -72,7 +73,7 @@ def thread_of_number(number):
 
 
 def thread_of_handle(handle):
-    """A thread by its pthread_t."""
+    """Names a thread by its pthread_t."""
     if int(handle) == NOBODY:
         return "nobody"
     thread = gdb.selected_inferior().thread_from_handle(handle)
@@ -83,14 +84,6 @@ def thread_of_handle(handle):
 
 def mutex_holder(mutex):
     return thread_of_number(int(mutex["__data"]["__owner"]))
-
-
-def rwlock_state(rwlock):
-    writer = int(rwlock["__data"]["__cur_writer"])
-    readers = int(rwlock["__data"]["__readers"]) >> 3  # below are flags
-    if writer != 0:
-        return "held for writing by " + thread_of_number(writer)
-    return "held by %d reader%s" % (readers, "s"[readers == 1:]) if readers else "free"
 
 
 def option_names(options):
@@ -105,7 +98,7 @@ def block_range(details):
 
 
 def tag(details):
-    """The tag, quoted, or "none"."""
+    """The quoted tag, or "none"."""
     name = details["tag_name"]
     return "none" if int(name) == 0 else name.format_string(address=False, styling=False)
 
@@ -115,7 +108,7 @@ def byte_order():
 
 
 def entries(block):
-    """The ids of a block's slots that hold an entry, with the addresses of the entries."""
+    """The id and the address of each entry in the slots of a block."""
     slots = block["ttys"]
     if int(slots) == 0:
         return
@@ -137,17 +130,92 @@ def block_lists(database):
 
 
 def line_of_entry(database, address):
-    """The category and id under which an entry is registered."""
+    """The line under which an entry is registered, or None."""
     for category, head in block_lists(database):
         for block in nodes(head, "next_block"):
             for id, entry in entries(block):
                 if entry == address:
                     return "category %d, id %d" % (category, id)
-    return "not registered in this database"
+    return None
+
+
+def announced_waits():
+    """The waits for entries, latest first, as the waiting threads have announced them."""
+    try:
+        gdb.parse_and_eval("&ptd_mutex_block_list")
+    except gdb.error:
+        raise gdb.error("libttyplatform is not loaded")
+    try:
+        head = gdb.parse_and_eval("ptd_mutex_block_list")
+    except gdb.error:
+        raise gdb.error("libttyplatform has no debug information")
+    yield from nodes(head, "next")
+
+
+def known_readers(database):
+    """The threads that are known to hold the read lock: those that wait for an entry meanwhile."""
+    try:
+        for wait in announced_waits():
+            is_reader = wait["routine"].string() == "tty_db_lock_tty"
+            if is_reader and line_of_entry(database, int(wait["mutex"])):
+                yield thread_of_number(int(wait["thread_id"]))
+    except gdb.error:
+        pass
+
+
+def database_lock(database):
+    """The state of a database lock. It records the thread that writes, but only counts readers."""
+    lock = database["rwlock"]["__data"]
+    writer = int(lock["__cur_writer"])
+    if writer != 0:
+        return "held for writing by " + thread_of_number(writer)
+    readers = int(lock["__readers"]) >> 3  # the lower bits are flags
+    if readers == 0:
+        return "free"
+    names = list(known_readers(database))
+    unknown = readers - len(names)
+    if unknown > 0:
+        names.append("%d unknown thread%s" % (unknown, "s"[unknown == 1:]))
+    return "held for reading by " + " and ".join(names)
+
+
+def argument(frames):
+    """The database that the frames of an operation are called with."""
+    for frame in frames:
+        for name in ("db", "db_h"):
+            try:
+                database = frame.read_var(name)
+                if not database.is_optimized_out:  # as it may be in an inner frame
+                    return database
+            except ValueError:
+                pass  # no such variable
+    raise gdb.error("a database that the compiler has optimized out")
+
+
+def lock_wait(thread):
+    """The wait of a thread for a database lock, found in its frames, or None."""
+    thread.switch()
+    frame = gdb.newest_frame()
+    while frame is not None and frame.name() not in LOCKS:
+        frame = frame.older()
+    frames = []  # from the routine that takes the lock out to the operation
+    while frame is not None and (frame.name() or "").startswith("tty_db_"):
+        frames.append(frame)
+        frame = frame.older()
+    if not frames:
+        return None
+
+    def state():
+        database = argument(frames)
+        return "the database 0x%x, which is %s" % (int(database), database_lock(database))
+
+    return "%s waits in %s for the %s of %s" % (
+        thread_of_number(thread.ptid[1]), frames[-1].name(), LOCKS[frames[0].name()],
+        attempt(state))
 
 
 class Printer:
-    """A printer for a record; a subclass says which parts the record has."""
+    """A printer for a record. A subclass lists the parts."""
 
     def __init__(self, value):
         self.value = value
@@ -162,7 +230,7 @@ class Printer:
 class DatabasePrinter(Printer):
     def parts(self, db):
         yield "options", option_names(int(db["options"]))
-        yield "rwlock", rwlock_state(db["rwlock"])
+        yield "rwlock", database_lock(db)
         yield "num_blocks", int(db["num_blocks"])
         yield "num_ttys", int(db["num_ttys"])
         for category, head in block_lists(db):
@@ -208,31 +276,29 @@ class IteratorPrinter(Printer):
 
 
 class InfoTtydb(gdb.Command):
-    """List the threads that wait for the entry of a line, and who holds it.
+    """List the threads that wait for an entry or for a database lock, and who holds it.
 
 Usage: info ttydb [DATABASE]
-With a database, such as `db_h` or `*db_h`, say where in it the entry is registered."""
+With a database, such as `db_h` or `*db_h`, name the lines of its entries, and show its lock."""
 
     def __init__(self):
         super().__init__("info ttydb", gdb.COMMAND_STATUS, gdb.COMPLETE_EXPRESSION)
 
     def invoke(self, argument, from_tty):
         database = self.database(argument) if argument else None
-        try:
-            gdb.parse_and_eval("&ptd_mutex_block_list")
-        except gdb.error:
-            raise gdb.GdbError("libttyplatform, which lists the waiting threads, is not loaded.")
-        try:
-            head = gdb.parse_and_eval("ptd_mutex_block_list")
-        except gdb.error:
-            raise gdb.GdbError("libttyplatform has no debug information: no telling who waits.")
-        if int(head) == 0:
-            print("No thread waits for an entry.")
-        try:
-            for block in nodes(head, "next"):
-                print(attempt(lambda: self.wait(block, database)))
-        except gdb.error as error:
-            print("The list of waiting threads is broken: %s." % error)
+        quiet = True
+        for name, waits in (("entries", self.entry_waits), ("databases", self.lock_waits)):
+            try:
+                for wait in waits(database):
+                    print(wait)
+                    quiet = False
+            except gdb.error as error:
+                print("Cannot list all waits for %s: %s." % (name, error))
+                quiet = False
+        if quiet:
+            print("No thread waits.")
+        if database is not None:
+            print("The database lock is %s." % attempt(lambda: database_lock(database)))
 
     @staticmethod
     def database(argument):
@@ -244,12 +310,32 @@ With a database, such as `db_h` or `*db_h`, say where in it the entry is registe
         return database
 
     @staticmethod
-    def wait(block, database):
-        entry = int(block["mutex"])  # an entry begins with its mutex
-        line = "" if database is None else " (%s)" % attempt(lambda: line_of_entry(database, entry))
-        return "%s waits in %s, line %d, for the entry 0x%x%s, held by %s" % (
-            thread_of_number(int(block["thread_id"])), attempt(block["routine"].string),
-            int(block["line"]), entry, line, attempt(lambda: mutex_holder(block["mutex"])))
+    def entry_waits(database):
+        def line():
+            return line_of_entry(database, entry) or "not registered in this database"
+
+        for wait in announced_waits():
+            entry = int(wait["mutex"])  # an entry begins with its mutex
+            yield "%s waits in %s, line %d, for the entry 0x%x%s, held by %s" % (
+                thread_of_number(int(wait["thread_id"])), attempt(wait["routine"].string),
+                int(wait["line"]), entry, "" if database is None else " (%s)" % attempt(line),
+                attempt(lambda: mutex_holder(wait["mutex"])))
+
+    @staticmethod
+    def lock_waits(database):
+        selected = gdb.selected_thread()
+        if selected is None:
+            return
+        frame, threads = gdb.selected_frame(), gdb.selected_inferior().threads()
+        try:
+            gdb.lookup_type("tty_db_lock")
+        except gdb.error:
+            raise gdb.error("libttydb has no debug information")
+        try:
+            yield from filter(None, map(lock_wait, sorted(threads, key=lambda thread: thread.num)))
+        finally:
+            selected.switch()
+            frame.select()
 
 
 printers = gdb.printing.RegexpCollectionPrettyPrinter("ttydb")

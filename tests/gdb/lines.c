@@ -1,8 +1,10 @@
-// A program with a database to look into: two of its threads want the same entry.
+// A program for GDB to look into. Two threads want the same entry, and then end in a deadlock.
 
 #include <pthread.h>
 #include <sched.h>
+#include <signal.h>
 #include <stdlib.h>
+#include <unistd.h>
 
 #include "tty_db.h"
 #include "tty_thread_block.h"
@@ -31,6 +33,22 @@ static void *want_entry(void *unused) {
 
 __attribute__((noinline)) static void look(void) { __asm__ volatile("" ::: "memory"); }
 
+static void *deregister(void *unused) {
+  must(tty_db_tty_deregister(db, 3, 107));
+  return unused;
+}
+
+static void start_waiting(pthread_t *thread, void *(*run)(void *)) {
+  if (pthread_create(thread, NULL, run, NULL) != 0) abort();
+  while (ptd_list_mutex_blocks(NULL, 0) == 0) sched_yield();
+}
+
+static void end(int unused) {
+  (void)unused;
+  look();
+  _exit(0);
+}
+
 int main(void) {
   must(tty_db_create(TTY_DB_OPT_LOCK_ENTRIES, &db));
   must(tty_db_block_reserve(db, 0, 0, 8, "console", 0xc0, &console));
@@ -50,13 +68,16 @@ int main(void) {
   look();
 
   pthread_t thread;
-  if (pthread_create(&thread, NULL, want_entry, NULL) != 0) abort();
-  while (ptd_list_mutex_blocks(NULL, 0) == 0) sched_yield();
+  start_waiting(&thread, want_entry);
   look();
-
   must(tty_db_tty_unlock(db, held));
   pthread_join(thread, NULL);
-  must(tty_db_iterate_end(iterator));
-  must(tty_db_destroy(db));
-  return 0;
+
+  // The other thread holds the write lock and waits for the entry; this one holds the entry and
+  // waits for the read lock. The alarm ends the deadlock.
+  must(tty_db_tty_retrieve(db, 3, 107, &held));
+  start_waiting(&thread, deregister);
+  signal(SIGALRM, end);
+  alarm(1);
+  return (int)tty_db_iterate_next(iterator, &category, &id);
 }

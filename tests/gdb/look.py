@@ -1,8 +1,9 @@
-"""Looks into the program lines from within GDB, and says what it does not show as it should.
+"""Runs the program lines in GDB, and checks what the printers and `info ttydb` show.
 
-  gdb -nx -batch -iex "set auto-load safe-path /" -x look.py PROGRAM
+  gdb -nx -batch -iex "set auto-load safe-path /" -x look.py -ex "quit 1" PROGRAM
 
-With LIBRARIES in the environment, a directory of stripped libraries, the program runs with those.
+The last command runs if this script fails. If LIBRARIES is set, the program runs with the stripped
+libraries in that directory.
 """
 
 import os
@@ -10,9 +11,9 @@ import re
 
 import gdb
 
-# Commands, and texts that their output has, in this order.
+# Each command, and the texts that its output contains, in this order.
 NOBODY_WAITS = [
-    ("info ttydb", ["No thread waits for an entry."]),
+    ("info ttydb", ["No thread waits."]),
     ("print *iterator", ["next = category 0, id 8", "end = category 3, id 120"]),
     ("print *held", ["lock = held by thread 1 (LWP", "lock_owner = thread 1 (LWP",
                      "items = {40, 30, 20, 10}"]),
@@ -21,22 +22,34 @@ NOBODY_WAITS = [
 A_THREAD_WAITS = [
     ("info ttydb", [r"thread 2 (LWP", " waits in tty_db_lock_tty, line ", " for the entry 0x",
                     ", held by thread 1 (LWP"]),
-    ("info ttydb *db", [" (category 3, id 107), held by thread 1"]),
+    ("info ttydb *db", [" (category 3, id 107), held by thread 1", "\nThe database lock is held for "
+                        "reading by thread 2 (LWP"]),
+    ("frame", ["#1 ", " in main ("]),  # still the selected one
     ("print *db", [
-        "options = TTY_DB_OPT_LOCK_ENTRIES", "rwlock = held by 1 reader,", "num_blocks = 3",
-        "num_ttys = 6", 'category 0 = {0..7 (tag "console", 1 registered, at 0x',
+        "options = TTY_DB_OPT_LOCK_ENTRIES", "rwlock = held for reading by thread 2 (LWP",
+        "num_blocks = 3", "num_ttys = 6", 'category 0 = {0..7 (tag "console", 1 registered, at 0x',
         'category 3 = {100..149 (tag "modems", 5 registered', "), 10000 (tag none, 0 registered"]),
     ("print *modems", ["category = 3", "ids = 100..149", 'tag_name = "modems"', "ctx = 0x0",
                        "num_registered = 5", "registered = {100..101, 103, 107, 149}"]),
     ("print *console", ["ctx = 0xc0", "registered = {7}"]),
-    # An iterator that is through, a list that is cut, unknown options, a writer.
+    # A reader that waits for nothing.
+    ("set var db->rwlock.__data.__readers += 8", []),
+    ("print *db", ["held for reading by thread 2 (LWP", ") and 1 unknown thread,"]),
+    ("set var db->rwlock.__data.__readers -= 8", []),
+]
+# A waits for the entry that B holds, and B waits for the lock that A holds.
+DEADLOCK = (r"(thread \d \(LWP \d+\)) waits in tty_db_cleanup_entry, .* held by (thread 1 .*)\n"
+            r"\2 waits in tty_db_iterate_next for the read lock of the database 0x\w+, "
+            r"which is held for writing by \1\n")
+BROKEN = [
+    # An exhausted iterator, a truncated list, unknown options.
     ("set var iterator->next_category = 4", []),
     ("print *iterator", ["next = exhausted"]),
     ("set print elements 3", []),
     ("print *held", ["items = {40, 30, 20, ...}"]),
     ("set print elements 200", []),
-    ("set var db->options = 6, db->rwlock.__data.__cur_writer = held->lock.__data.__owner", []),
-    ("print *db", ["TTY_DB_OPT_AUTO_BLOCKS | 0x4", "rwlock = held for writing by thread 1 (LWP"]),
+    ("set var db->options = 6", []),
+    ("print *db", ["TTY_DB_OPT_AUTO_BLOCKS | 0x4", "rwlock = held for writing by thread 3 (LWP"]),
     # Broken memory.
     ("set var modems->details.tag_name = 1, modems->next_block = modems, console->next_block = 1", []),
     ("print *db", ["at 0x", "<Cannot access memory at address", "tag <error: Cannot access memory",
@@ -51,26 +64,34 @@ A_THREAD_WAITS = [
     ("set var ptd_mutex_block_list->routine = 1, ptd_mutex_block_list->mutex = 1", []),
     ("set var ptd_mutex_block_list->next = ptd_mutex_block_list", []),
     ("info ttydb", ["waits in <Cannot access memory", "for the entry 0x1, held by <Cannot access",
-                    "The list of waiting threads is broken: again 0x"]),
+                    "Cannot list all waits for entries: again 0x"]),
 ]
 STRIPPED = [
     ("print *modems", ["error = <There is no member named details.> (is the debug information"]),
     ("print *held", ["lock_owner = thread 1 (LWP", "items = {<There is no member named key.>}"]),
     ("info ttydb db", ["db is no database: There is no member named block_lists. (is the debug"]),
-    ("info ttydb", ["libttyplatform has no debug information: no telling who waits."]),
+    ("info ttydb", ["entries: libttyplatform has no debug", "databases: libttydb has no debug"]),
 ]
 
 
-def check(looks):
+def check(command, pattern):
+    try:
+        shown = gdb.execute(command, to_string=True)
+    except gdb.error as error:
+        shown = str(error)
+    if not re.search(pattern, shown, re.DOTALL):
+        print("%s: expected: %s\nshown: %s" % (command, pattern, shown))
+        gdb.execute("quit 1")
+
+
+def check_all(looks):
     for command, texts in looks:
-        try:
-            shown = gdb.execute(command, to_string=True)
-        except gdb.error as error:
-            shown = str(error)
-        if not re.search(".*".join(map(re.escape, texts)), shown, re.DOTALL):
-            print("%s: wanted, in this order: %s\nshown: %s" % (command, texts, shown))
-            gdb.execute("kill")
-            gdb.execute("quit 1")
+        check(command, ".*".join(map(re.escape, texts)))
+
+
+def go_on():
+    gdb.execute("continue", to_string=True)
+    gdb.execute("up")
 
 
 for setting in ("pagination off", "confirm off", "print pretty on", "print thread-events off"):
@@ -86,10 +107,17 @@ except gdb.error as error:
     print("skipped: GDB may not run a program here: %s" % error)
     gdb.execute("quit 77")
 if libraries:
-    check(STRIPPED)
+    check_all(STRIPPED)
 else:
-    check(NOBODY_WAITS)
-    gdb.execute("continue", to_string=True)
-    gdb.execute("up")
-    check(A_THREAD_WAITS)
-gdb.execute("kill")
+    check_all(NOBODY_WAITS)
+    go_on()
+    check_all(A_THREAD_WAITS)
+    go_on()
+    check("info ttydb *db", DEADLOCK)
+    gdb.execute("generate-core-file deadlock.core", to_string=True)
+    check_all(BROKEN)
+    gdb.execute("kill")
+    gdb.execute("core-file deadlock.core", to_string=True)
+    gdb.execute("thread 2", to_string=True)
+    check("info ttydb", DEADLOCK)
+gdb.execute("quit 0")
