@@ -9,7 +9,7 @@ import gdb.printing
 OPTIONS = {0x1: "TTY_DB_OPT_LOCK_ENTRIES", 0x2: "TTY_DB_OPT_AUTO_BLOCKS"}
 MAX_IDS = 10001
 NOBODY = 0xFFFFFFFF
-HINT = "(is the debug information of this libttydb there?)"
+HINT = "(is the debug information of this libttydb installed?)"
 LOCKS = {"tty_db_readlock": "read lock", "tty_db_writelock": "write lock"}
 
 
@@ -209,9 +209,8 @@ def lock_wait(thread):
         database = argument(frames)
         return "the database 0x%x, which is %s" % (int(database), database_lock(database))
 
-    return "%s waits in %s for the %s of %s" % (
-        thread_of_number(thread.ptid[1]), frames[-1].name(), LOCKS[frames[0].name()],
-        attempt(state))
+    return "waits in %s for the %s of %s" % (
+        frames[-1].name(), LOCKS[frames[0].name()], attempt(state))
 
 
 class Printer:
@@ -332,7 +331,13 @@ With a database, such as `db_h` or `*db_h`, name the lines of its entries, and s
         except gdb.error:
             raise gdb.error("libttydb has no debug information")
         try:
-            yield from filter(None, map(lock_wait, sorted(threads, key=lambda thread: thread.num)))
+            for thread in sorted(threads, key=lambda thread: thread.num):
+                try:
+                    wait = lock_wait(thread)
+                except gdb.error as error:
+                    wait = "cannot be examined: %s" % error
+                if wait is not None:
+                    yield "%s %s" % (thread_of_number(thread.ptid[1]), wait)
         finally:
             selected.switch()
             frame.select()
