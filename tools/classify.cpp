@@ -12,8 +12,8 @@ struct Family {
   Kind kind;
 };
 
-// The families that are known by name.  Other ttyXXX families count as serial if their driver does:
-// the driver of a USB adapter calls itself serial too.
+// The families known by name.  Any other tty* is serial if its driver is of type serial, as the
+// drivers of USB adapters are, too.
 constexpr Family kFamilies[] = {
     {"tty", kVirtualConsole},
     {"ttyS", kSerial},

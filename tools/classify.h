@@ -1,4 +1,4 @@
-// What kind a terminal line is of.
+// The kinds of terminal lines.
 #ifndef TTYDB_TOOLS_CLASSIFY_H
 #define TTYDB_TOOLS_CLASSIFY_H
 
@@ -22,7 +22,7 @@ enum Kind : std::uint32_t {
 
 struct KindType {
   const char* name;
-  std::uint32_t category;  // in which its lines are registered
+  std::uint32_t category;  // of its lines
 };
 
 constexpr std::array<KindType, kNumKinds> kKinds = {{{"console", 0},
@@ -33,11 +33,11 @@ constexpr std::array<KindType, kNumKinds> kKinds = {{{"console", 0},
                                                      {"bluetooth", 5},
                                                      {"other", 5}}};
 
-// The kind of a line, told from its name below /dev and the type of its driver.  Where the bus of
-// the line is known, that is what tells.
+// Returns the kind of a line by its name below /dev and the type of its driver.  If the line's bus
+// is known, that decides instead.
 Kind classify(std::string_view name, std::string_view driver_type);
 
-// The number at the end of a name; none if there is none, or it does not fit.
+// Returns the number at the end of a name, if there is one and it fits.
 std::optional<std::uint32_t> number_in_name(std::string_view name);
 
 }  // namespace tty_lines

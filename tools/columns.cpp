@@ -28,7 +28,7 @@ constexpr std::array<ColumnType, kAllColumns> kTypes = {{
      true, false},
     {kUsers, "USERS", "all processes that have the line open, as PID:COMMAND", false, true, false},
     {kLock, "LOCK", "process whose lock file claims the line", true, false, false},
-    {kConsole, "CONSOLE", "yes: the kernel's messages go there", false, false, false},
+    {kConsole, "CONSOLE", "yes if the kernel's messages go there", false, false, false},
     {kUart, "UART", "chip of a serial port", false, false, true},
     {kAddress, "ADDRESS", "I/O port or memory address of a serial port", false, false, true},
     {kIrq, "IRQ", "interrupt of a serial port", true, false, true},

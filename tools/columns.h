@@ -1,5 +1,5 @@
-// What is known of a line, by columns: the properties that a scan finds, that the registry keeps as
-// items of these keys, and that the tables show.
+// The columns: properties of a line, which a scan finds, the registry keeps as items with these
+// keys, and the tables show.
 #ifndef TTYDB_TOOLS_COLUMNS_H
 #define TTYDB_TOOLS_COLUMNS_H
 
@@ -46,11 +46,11 @@ enum Column : std::uint32_t {
   kByPath,
   kLinks,
   kDetail,
-  kLineColumns,  // how many a line has; then those of a block, and of an event
+  kLineColumns,  // columns of a line; then those of a block and of an event
   kFirst = kLineColumns,
   kRegistered,
   kTag,
-  kChoosable,  // how many the user has to choose from
+  kChoosable,  // columns that a user can choose
   kTime = kChoosable,
   kEvent,
   kAllColumns,
@@ -60,21 +60,20 @@ struct ColumnType {
   Column column;
   const char* name;
   const char* help;
-  bool number;   // in JSON, and aligned right
-  bool cut;      // gives way where the terminal is narrow
-  bool lasting;  // tells lines apart: what does not change while the line is there
+  bool number;   // right-aligned, a number in JSON
+  bool cut;      // truncated on a narrow terminal
+  bool lasting;  // identifies the line: constant while it exists
 };
 
 extern const std::array<ColumnType, kAllColumns> kColumns;
 
-// The text of each column; empty where it is not known.
+// The text of each column; empty if unknown.
 using Cells = std::array<std::string, kAllColumns>;
 
-// Finds a column that the user can choose by its name, in any case of letters, with hyphens or
-// underscores.
+// Finds a column that a user can choose by its name, in any case, with hyphens or underscores.
 std::optional<Column> find_column(std::string_view name);
 
-// All columns from `first` up to `end`.
+// Returns the columns from `first` up to, not including, `end`.
 std::vector<Column> column_range(std::uint32_t first, std::uint32_t end);
 
 }  // namespace tty_lines

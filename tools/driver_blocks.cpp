@@ -4,7 +4,7 @@
 
 namespace tty_lines {
 
-// The block that contains a position, or the end.
+// Returns the block that contains a position, or the end.
 DriverBlocks::Blocks::const_iterator DriverBlocks::find(ttydb::position at) const {
   const auto next = blocks_.upper_bound(at);
   if (next == blocks_.begin()) return blocks_.end();

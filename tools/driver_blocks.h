@@ -1,6 +1,5 @@
-// The blocks of a registry under manual block management: each is a run of ids of one driver, and
-// is tagged with the driver's name.  A driver has as many blocks as its ids have runs; ids within a
-// run that fall free stay the driver's.
+// The blocks of a registry with manual block management.  Each is a run of ids of one driver,
+// tagged with the driver's name.  An id that becomes free within a run stays in its block.
 #ifndef TTYDB_TOOLS_DRIVER_BLOCKS_H
 #define TTYDB_TOOLS_DRIVER_BLOCKS_H
 
@@ -14,7 +13,7 @@
 
 namespace tty_lines {
 
-// What tells drivers apart: path and name.
+// Identifies a driver: path and name.
 using DriverKey = std::pair<std::string, std::string>;
 
 inline DriverKey driver_key(const ScannedLine& line) {
@@ -25,16 +24,16 @@ class DriverBlocks {
  public:
   explicit DriverBlocks(ttydb::database& db) : db_(db) {}
 
-  // Whether a line of a driver can be registered at a position: it is in no other driver's block.
+  // Returns whether a position is outside the blocks of all other drivers.
   bool allows(const DriverKey& driver, ttydb::position at) const;
 
-  // Makes a block of the driver contain a position that allows() has allowed.
+  // Reserves or resizes a block of the driver to contain a position.  REQUIRES: allows().
   void cover(const DriverKey& driver, ttydb::position at);
 
-  // Gives up the ids of a block at its ends, or the block, after a line in it was deregistered.
+  // After a line was deregistered, drops the free ids at the ends of its block, or the empty block.
   void shrink(ttydb::position gone);
 
-  // In order of category, then id.
+  // In order of category and id.
   std::vector<ttydb::block_details> details() const;
 
  private:

@@ -34,9 +34,9 @@ bool is_regular(int directory, const std::string& path) {
   return S_ISREG(status.st_mode);
 }
 
-// Reads until the end of a file or, to read its start, once.
+// Reads a whole file, or its start in one read.
 std::optional<std::string> read_text(int directory, const std::string& path, bool whole) {
-  // What has taken the file's place since it was looked at is not waited for.
+  // O_NONBLOCK: since it was checked, the file may have been replaced by one that blocks.
   const Descriptor file(
       openat(directory, path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   std::string text;

@@ -23,28 +23,28 @@ class Descriptor {
   int fd_;
 };
 
-// Throws the std::system_error of errno about a path.
+// Throws errno as a std::system_error about a path.
 [[noreturn]] void fail(const std::string& path);
 
-// The same if errno tells that this process, or the machine, has run out of descriptors or memory:
-// what could not be read then is not known to be missing.
+// The same, but only if errno says that descriptors or memory ran out: a file that could not be
+// read then may still exist.
 void fail_if_exhausted(const std::string& path);
 
-// The text of a regular file, up to the first NUL; none, with errno set, if it cannot be read.  No
-// other kind of file is opened.
+// Reads a regular file up to the first NUL.  Returns none, with errno set, if it cannot be read or
+// is of another kind, which is not opened.
 std::optional<std::string> read_file(int directory, const std::string& path);
 
-// The first 4 KiB of a file that the kernel makes up of one record, and that is of no other kind.
+// Reads the first 4 KiB of a file, which is known to be a record of the kernel.
 std::optional<std::string> read_record(int directory, const std::string& path);
 
-// The first 4 KiB of a regular file, for a file of one line: without white space at its ends, empty
-// if it cannot be read.
+// Reads the first 4 KiB of a regular file, without white space at the ends.  Returns "" if it
+// cannot be read.
 std::string read_line(int directory, const std::string& path);
 
 std::unique_ptr<DIR, int (*)(DIR*)> open_directory(int directory, const std::string& path);
 
-// Calls visit(directory descriptor, name) for each name in a directory but the hidden ones. Returns
-// false, with errno set, if the directory cannot be read.
+// Calls visit(directory descriptor, name) for each name in a directory, except hidden ones.
+// Returns false, with errno set, if the directory cannot be read.
 template <class Visit>
 bool for_each_name(int directory, const std::string& path, Visit visit) {
   const auto open = open_directory(directory, path);

@@ -20,7 +20,7 @@
 namespace tty_lines {
 namespace {
 
-// By the kernel's numbers.
+// The chips by the kernel's numbers.
 constexpr std::pair<std::uint32_t, const char*> kUarts[] = {
     {PORT_8250, "8250"},
     {PORT_16450, "16450"},
@@ -138,7 +138,7 @@ constexpr std::pair<std::uint32_t, const char*> kUarts[] = {
     {PORT_LINFLEXUART, "LINFLEXUART"},
     {PORT_SUNPLUS, "SUNPLUS"}};
 
-// The chip of a type; a type that is not in the table is known by its driver.
+// Returns the chip of a type or, for an unknown type, the driver.
 std::string uart_name(const std::string& type, const std::string& driver) {
   for (const auto& [number, name] : kUarts) {
     if (type == std::to_string(number)) return name;
@@ -158,7 +158,7 @@ void append(std::string& phrase, const char* separator, const std::string& text)
   if (!text.empty()) phrase += (phrase.empty() ? "" : separator) + text;
 }
 
-// The kernel numbers the chips of serial ports; 0 is a port where none has been found.
+// Fills in the cells of a serial port.  Returns whether it is one without a UART.
 bool read_serial_port(int directory, const std::string& name, Cells& cells) {
   const auto attribute = [&](const char* which) { return read_line(directory, name + which); };
   const std::string type = attribute("/type");
@@ -176,7 +176,7 @@ bool read_serial_port(int directory, const std::string& name, Cells& cells) {
   std::string& detail = cells[kDetail] = cells[kUart];
   append(detail, " at ", cells[kAddress]);
   append(detail, ", irq ", cells[kIrq]);
-  // A chip divides its clock by 16 for its highest speed, which most PCs have at 115200.
+  // The highest speed is a 16th of the clock: 115200 baud in most PCs.
   constexpr unsigned long kUsualSpeed = 115200;
   const unsigned long speed = std::strtoul(attribute("/uartclk").c_str(), nullptr, 10) / 16;
   if (speed != 0 && speed != kUsualSpeed) {
@@ -187,15 +187,15 @@ bool read_serial_port(int directory, const std::string& name, Cells& cells) {
 
 std::string base_name(const std::string& path) { return path.substr(path.rfind('/') + 1); }
 
-// What a symbolic link leads to, or the last part of that; empty if there is no such link.
+// Returns the last part of a symbolic link's target, or "" if there is no such link.
 std::string link_target(int directory, const std::string& path) {
   std::array<char, PATH_MAX> target;
   const ssize_t size = readlinkat(directory, path.c_str(), target.data(), target.size());
   return size <= 0 ? "" : base_name({target.data(), static_cast<std::size_t>(size)});
 }
 
-// The driver that the device is bound to.  Between a serial port and its device recent kernels have
-// two steps, of drivers that are none of a device.
+// Returns the driver of the device.  Recent kernels have two levels between a serial port and its
+// device, with the drivers "port" and "ctrl".
 std::string find_driver_name(int directory, const std::string& name) {
   std::string up = name + "/device";
   std::string driver = link_target(directory, up + "/driver");
@@ -206,7 +206,7 @@ std::string find_driver_name(int directory, const std::string& name) {
   return driver;
 }
 
-// The interface of a USB device: its number, and what it calls itself.
+// Describes the interface of a USB device: its number and name.
 std::string describe_interface(int directory, const std::string& interface, const Cells& cells) {
   const std::string number = read_line(directory, interface + "/bInterfaceNumber");
   if (interface.empty() || number.empty()) return "";
@@ -216,7 +216,7 @@ std::string describe_interface(int directory, const std::string& interface, cons
   return out;
 }
 
-// A property of udev's, of the form "E:KEY=value".
+// Returns a property from a file of udev, which has "E:KEY=value".
 std::string udev_property(const std::string& udev, const std::string& key) {
   std::istringstream lines(read_file(AT_FDCWD, udev).value_or(""));
   const std::string start = "E:" + key + '=';
@@ -226,8 +226,8 @@ std::string udev_property(const std::string& udev, const std::string& key) {
   return "";
 }
 
-// Goes up from the device that the line is on, as far as to a USB device; the interface is just
-// below that.  Returns whether there is one.
+// Searches the line's device and its parents for a USB device; the interface is the level below.
+// Returns whether there is one.
 bool read_usb_device(int directory, const std::string& name, const std::string& udev,
                      Cells& cells) {
   constexpr int kMostLevels = 8;
@@ -258,7 +258,7 @@ bool read_usb_device(int directory, const std::string& name, const std::string& 
   return false;
 }
 
-// A line over Bluetooth tells its other end.
+// A Bluetooth line names its peer.
 void read_bluetooth(int directory, const std::string& name, Cells& cells) {
   cells[kDetail] = read_line(directory, name + "/address");
   append(cells[kDetail], ", channel ", read_line(directory, name + "/channel"));
@@ -270,7 +270,7 @@ Hardware read_hardware(int directory, const std::string& name, const std::string
                        Cells& cells) {
   cells[kDriver] = find_driver_name(directory, name);
   Hardware found = {read_serial_port(directory, name, cells), std::nullopt};
-  // A line over Bluetooth is not the adapter that it goes by.
+  // A Bluetooth line is not the USB adapter that it uses.
   if (classify(name, "") == kBluetooth) {
     read_bluetooth(directory, name, cells);
   } else if (read_usb_device(directory, name, udev, cells)) {

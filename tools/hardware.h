@@ -1,4 +1,4 @@
-// Tells what hardware is behind a line, from sysfs alone.
+// Reads the hardware of a line from sysfs.
 #ifndef TTYDB_TOOLS_HARDWARE_H
 #define TTYDB_TOOLS_HARDWARE_H
 
@@ -11,13 +11,13 @@
 namespace tty_lines {
 
 struct Hardware {
-  bool has_no_uart;         // a serial port where none has been found
-  std::optional<Kind> bus;  // the kind that the bus of the line tells
+  bool has_no_uart;         // a serial port without a UART
+  std::optional<Kind> bus;  // the kind of line by its bus, if known
 };
 
-// Fills in the cells of a serial port, and of the device that it is on.  `directory` is the
-// descriptor of /sys/class/tty, `udev` the path of what udev knows of the line: the maker and the
-// model, from its database, of a USB device that does not tell them.
+// Fills in the cells of the port and its device.  `directory` is the descriptor of /sys/class/tty,
+// `udev` the path of udev's file on the line, which names the maker and the model of a USB device
+// that does not.
 Hardware read_hardware(int directory, const std::string& name, const std::string& udev,
                        Cells& cells);
 

@@ -33,7 +33,7 @@ std::string time_of_day() {
   return text.data();
 }
 
-// An order that tells different lines apart, at one position too, but not the states of a line.
+// Orders lines by position, then by what identifies them.  Their states do not count.
 bool comes_before(const Row& left, const Row& right) {
   if (left.position != right.position) return left.position < right.position;
   for (const Column column : column_range(0, kLineColumns)) {
@@ -90,7 +90,7 @@ std::string Listing::next() {
   const std::vector<Row> before = shown_;
   try {
     follow(false);
-    // How lines are used is no event, and so is only read to tell of one.
+    // A change in a line's use is no event: the use is read only to print one.
     if (need_use(event_columns()) && is_news(before, shown_)) follow(true);
   } catch (const std::exception& failure) {
     shown_ = before;
@@ -102,7 +102,7 @@ std::string Listing::next() {
   return events(difference(before, shown_), difference(shown_, before));
 }
 
-// Whether some columns need to know how lines are used: what takes the most time to read.
+// Returns whether some columns show the use of lines, which takes the most time to read.
 bool Listing::need_use(const std::vector<Column>& columns) const {
   const auto tells = [](Column column) {
     return column == kPid || column == kCommand || column == kUsers || column == kSize ||
@@ -112,7 +112,7 @@ bool Listing::need_use(const std::vector<Column>& columns) const {
          std::any_of(columns.begin(), columns.end(), tells);
 }
 
-// Brings the registry in step with the machine, and tells what is wrong, when that is new.
+// Brings the registry in step with the machine, and reports new problems.
 void Listing::follow(bool use) {
   const Machine machine = scan(options_.roots, use);
   std::vector<std::string> reports = registry_.follow(machine.lines);
@@ -138,12 +138,12 @@ void Listing::follow(bool use) {
   }
   reported_ = std::move(reports);
   if (!machine.users_complete && !std::exchange(hint_given_, true) && isatty(STDERR_FILENO) != 0) {
-    complain("only root is told which lines the processes of other users have open");
+    complain("only root can see which lines other users' processes have open");
   }
 }
 
-// Whether a word of the command line names a line: by its name, or by a path that leads to its
-// device file, which may begin below /dev.
+// Returns whether an argument is the name of a line, or a path to its device file, absolute or
+// below /dev.
 bool Listing::names(const std::string& device, const Row& row) const {
   if (device == row.cells[kName]) return true;
   if (device.empty()) return false;
@@ -164,7 +164,7 @@ bool Listing::shows(const Row& row) const {
                      [&](const std::string& device) { return names(device, row); });
 }
 
-// The default columns, unless the command line asks for none, then those of the user's choice.
+// The default columns, unless the command line replaces them, then the chosen ones.
 std::vector<Column> Listing::with_chosen(std::vector<Column> defaults) const {
   if (!options_.default_columns) defaults.clear();
   append_new(defaults, options_.columns);
@@ -189,7 +189,7 @@ std::vector<Column> Listing::event_columns() const {
   return with_chosen({kName, kKind, kDetail});
 }
 
-// Leaves out of the default columns those that say nothing of what is shown.
+// Removes the default columns that say nothing about the lines shown.
 std::vector<Column> Listing::telling(std::vector<Column> columns) const {
   const auto says_nothing = [this](Column column) {
     const auto& chosen = options_.columns;
@@ -203,7 +203,7 @@ std::vector<Column> Listing::telling(std::vector<Column> columns) const {
   return columns;
 }
 
-// Sorts lines as the command line asks.
+// Sorts lines by the column of --sort, if there is one.
 void Listing::sort(std::vector<Row>::iterator first, std::vector<Row>::iterator last) const {
   if (!options_.sort_by) return;
   const Column column = *options_.sort_by;
@@ -232,7 +232,7 @@ std::string Listing::lines() const {
   return table.text();
 }
 
-// The blocks that have lines to show, with those as their children.
+// The blocks with lines to show, which are their children.
 std::string Listing::blocks() const {
   Table table =
       make_table("blocks", telling(block_columns()), options_.list ? Shape::kList : Shape::kTree);

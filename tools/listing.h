@@ -1,5 +1,4 @@
-// The listing of a machine's lines that a command line asks for, and the events that keep it up to
-// date.
+// The listing of a machine's lines that a command line asks for, and the events of its changes.
 #ifndef TTYDB_TOOLS_LISTING_H
 #define TTYDB_TOOLS_LISTING_H
 
@@ -14,7 +13,7 @@
 
 namespace tty_lines {
 
-// Print a message on standard error.
+// Print a message to standard error.
 void complain(const std::string& message);
 void complain(const std::exception& failure);
 
@@ -22,14 +21,14 @@ class Listing {
  public:
   explicit Listing(const Options& options);
 
-  // Scans the machine, and prints its lines.  Throws std::system_error if that fails.
+  // Scans the machine.  Returns the list of its lines.  Throws std::system_error if that fails.
   std::string first();
 
-  // Scans again, and prints what is no longer in the listing, and what is new in it; empty if
-  // nothing is.  A failure is reported, the first of a series, and changes nothing.
+  // Scans again.  Returns the events, or "" if there are none.  A failure changes nothing; of a
+  // series of failures the first is reported.
   std::string next();
 
-  // Whether by the last scan everything could be read, found and registered.
+  // Returns whether the last scan could read, find and register everything.
   bool complete() const { return reported_.empty(); }
 
  private:
@@ -55,7 +54,7 @@ class Listing {
   bool for_people_;  // a table on a terminal
   Registry registry_;
   std::vector<Row> all_;               // the lines of the last scan
-  std::vector<Row> shown_;             // those that the command line asks for
+  std::vector<Row> shown_;             // those of them that the command line asks for
   std::vector<std::string> reported_;  // by the last scan, sorted
   bool failing_ = false;
   bool hint_given_ = false;

@@ -21,7 +21,7 @@ void append(std::string& list, const char* separator, const std::string& text) {
   list += (list.empty() ? "" : separator) + text;
 }
 
-// The permissions as ls shows them.
+// The permissions in the form of ls.
 std::string mode_text(mode_t mode) {
   std::string text = "rwxrwxrwx";
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -30,7 +30,7 @@ std::string mode_text(mode_t mode) {
   return text;
 }
 
-// The name of a user or a group, or else the number.  Each is looked up once.
+// Returns the name of a user or group, or the number if it has none.  Each is looked up once.
 template <class Find>
 std::string name_of(std::map<unsigned, std::string>& known, unsigned id, Find find) {
   const auto [entry, is_new] = known.try_emplace(id, std::to_string(id));
@@ -71,7 +71,7 @@ void Nodes::read_links(const std::string& directory) {
     std::array<char, PATH_MAX> target;
     const ssize_t size = readlinkat(open, name.c_str(), target.data(), target.size());
     if (size <= 0) return;
-    // Those of each process, such as stdin, are not of the line.
+    // A link to /proc, such as stdin, has another target in each process.
     const std::string_view path(target.data(), static_cast<std::size_t>(size));
     struct stat status = {};
     if (path.substr(0, 6) == "/proc/" || fstatat(open, name.c_str(), &status, 0) != 0) return;
@@ -80,8 +80,8 @@ void Nodes::read_links(const std::string& directory) {
 }
 
 void Nodes::describe(const std::string& name, Device device, Cells& cells) {
-  // The file of the line's name, unless that is another device; or else a file of its numbers.
-  // (The kernel's lists have "!" for "/".)
+  // The file with the line's name or, if that is another device, a file with its numbers.  (The
+  // kernel's lists have "!" for "/".)
   std::string node = name;
   std::replace(node.begin(), node.end(), '!', '/');
   struct stat status = {};

@@ -1,4 +1,4 @@
-// The device files of the lines, and the links that lead to them.
+// The device files of the lines, and the links to them.
 #ifndef TTYDB_TOOLS_NODES_H
 #define TTYDB_TOOLS_NODES_H
 
@@ -22,12 +22,10 @@ inline Device device_of(const struct stat& status) {
 
 class Nodes {
  public:
-  // Reads the names and the links in a directory of devices, and in its directory of links to
-  // serial ports.
+  // Reads a directory of device files and links, and its directory serial.
   explicit Nodes(const std::string& dev);
 
-  // Fills in what the device file of a line says: its path, owner, permissions, links, and whether
-  // this user may use it.
+  // Fills in the path, owner, permissions and links of a device file, and this user's access.
   void describe(const std::string& name, Device device, Cells& cells);
 
  private:

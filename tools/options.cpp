@@ -63,7 +63,7 @@ std::chrono::nanoseconds parse_seconds(const char* text) {
   constexpr double kMost = 1e9;  // nanoseconds that fit
   char* end = nullptr;
   const double seconds = std::strtod(text, &end);
-  // Not a number is in no range.
+  // A NaN fails both comparisons.
   if (std::isspace(static_cast<unsigned char>(*text)) != 0 || *end != '\0' ||
       !(seconds >= kLeast && seconds <= kMost)) {
     refuse("bad number of seconds", text);
@@ -72,7 +72,7 @@ std::chrono::nanoseconds parse_seconds(const char* text) {
       std::chrono::duration<double>(seconds));
 }
 
-// Calls add(word) for each word of a list with commas.
+// Calls add(word) for each word of a comma-separated list.
 template <class Add>
 void for_each_word(std::string_view list, Add add) {
   for (;;) {
@@ -110,7 +110,7 @@ void choose_kinds(Options& options, std::string_view list) {
 
 void choose_format(Options& options, Format format) {
   if (options.format != Format::kTable && options.format != format) {
-    throw UsageError("--json, --pairs and --raw exclude each other");
+    throw UsageError("--json, --pairs and --raw are mutually exclusive");
   }
   options.format = format;
 }
@@ -120,44 +120,43 @@ void choose_format(Options& options, Format format) {
 const char* const kUsage =
     R"(Usage: tty-lines [OPTION]... [LINE]...
 
-Lists the terminal lines of this machine: what hardware they are, and who uses them. A LINE is a
-name (ttyUSB0) or a path (/dev/serial/by-id/...); without any, all lines are listed.
+List the terminal lines of this machine, their hardware and their users. A LINE is a name
+(ttyUSB0) or a path (/dev/serial/by-id/...). The default is all lines that are not idle.
 
- -a, --all              also idle lines: ports without a UART, unused virtual consoles, and names
-                        that stand for other lines
- -k, --kind LIST        lines of these kinds only, idle or not:
+ -a, --all              list idle lines, too: serial ports without a UART, unused virtual
+                        consoles, and names that stand for other lines
+ -k, --kind LIST        list only lines of these kinds, idle or not:
                         console, serial, usb, pty, virtual, bluetooth, other
-     --category N       lines of category N only, idle or not
-     --by-driver        keep a block for each run of a driver's ids, with its lines as children
- -l, --list             with --by-driver: list blocks and lines without a tree
+     --category N       list only lines of category N, idle or not
+     --by-driver        make a block of each run of a driver's ids, and print a tree
+ -l, --list             with --by-driver: print a list, not a tree
 
- -o, --output LIST      print these columns; with +LIST besides the default ones
+ -o, --output LIST      print these columns; +LIST: after the default ones
  -O, --output-all       print all columns
- -x, --sort COLUMN      sort by a column, numbers by size
+ -x, --sort COLUMN      sort by a column, numbers in numeric order
  -p, --paths            print full paths in the column NAME
- -J, --json             print JSON, with all columns by default
+ -J, --json             print JSON, by default with all columns
  -P, --pairs            print KEY="value" pairs
- -r, --raw              print raw, for other programs to read
+ -r, --raw              print words separated by spaces, for scripts
  -n, --noheadings       print no headings and no totals
- -H, --list-columns     list what columns there are, and exit
+ -H, --list-columns     list the columns and exit
 
-     --watch [SECONDS]  then print what comes (+) and what goes (-), until interrupted: at once
-                        what the kernel announces, and every SECONDS (default 2) the rest
+     --watch [SECONDS]  after the list, print lines that appear (+) and disappear (-), until
+                        interrupted; scan on kernel events and every SECONDS (default 2)
 
-     --sysfs DIR        read DIR in place of /sys
-     --proc DIR         read DIR in place of /proc
-     --dev DIR          read DIR in place of /dev
-     --lock DIR         read DIR in place of /run/lock
-     --udev DIR         read DIR in place of /run/udev
+     --sysfs DIR        read DIR instead of /sys
+     --proc DIR         read DIR instead of /proc
+     --dev DIR          read DIR instead of /dev
+     --lock DIR         read DIR instead of /run/lock
+     --udev DIR         read DIR instead of /run/udev
 
- -h, --help             print this help, and exit
- -V, --version          print the version, and exit
+ -h, --help             print this help and exit
+ -V, --version          print the version and exit
 )";
 
 Options parse_options(int argc, char** argv) {
   Options options;
-  // "-": words that are no options are handed over in their place, so that one after --watch is
-  // next at hand.
+  // "-": getopt does not reorder the arguments, so that the word after --watch is next.
   for (int option;
        (option = getopt_long(argc, argv, "-ahHJk:lno:OpPrVx:", kOptions, nullptr)) != -1;) {
     switch (option) {

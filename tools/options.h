@@ -25,24 +25,24 @@ struct Options {
   bool headings = true;
   bool all = false;
   bool by_driver = false;
-  bool list = false;        // blocks without their lines as children
+  bool list = false;        // blocks and lines without a tree
   bool full_paths = false;  // in the column NAME
   bool all_columns = false;
-  std::vector<Column> columns;  // that the user has chosen
-  bool default_columns = true;  // the default ones come before those
+  std::vector<Column> columns;  // chosen by the user
+  bool default_columns = true;  // print the default ones before those
   std::optional<Column> sort_by;
-  std::set<std::string> kinds;       // none: every kind
-  std::vector<std::string> devices;  // names or paths of lines; none: every line
+  std::set<std::string> kinds;       // empty: all
+  std::vector<std::string> devices;  // names or paths of lines; empty: all
   std::optional<std::uint32_t> category;
-  std::optional<std::chrono::nanoseconds> watch;  // the longest time between two scans
+  std::optional<std::chrono::nanoseconds> watch;  // the longest time between scans
 
-  // Whoever names lines gets them, idle or not.
+  // A selection includes idle lines.
   bool hides_idle() const { return !all && kinds.empty() && !category && devices.empty(); }
 };
 
 extern const char* const kUsage;
 
-// What is wrong with a command line; empty if getopt has said it already.
+// A mistake on the command line; empty if getopt has reported it.
 struct UsageError : std::runtime_error {
   using runtime_error::runtime_error;
 };

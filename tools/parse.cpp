@@ -19,7 +19,7 @@ std::vector<std::string> split_words(std::string_view text) {
   return words;
 }
 
-// Takes the first word off a text; empty if there is none.
+// Removes the first word from a text and returns it, or "" if there is none.
 std::string_view take_word(std::string_view& text) {
   text.remove_prefix(std::min(text.find_first_not_of(" \n"), text.size()));
   const std::string_view word = text.substr(0, text.find_first_of(" \n"));
@@ -27,7 +27,7 @@ std::string_view take_word(std::string_view& text) {
   return word;
 }
 
-// Takes the row apart from its end: of the columns only the first, the name, may hold spaces.
+// Parses from the end of the row: only the first column, the name, may contain spaces.
 std::optional<Driver> parse_row(const std::string& row) {
   const std::vector<std::string> words = split_words(row);
   if (words.size() < 5) return std::nullopt;
@@ -74,7 +74,7 @@ std::vector<Driver> parse_drivers(const std::string& text) {
   return drivers;
 }
 
-// PID (COMMAND) STATE PARENT GROUP SESSION TERMINAL FOREGROUND ...; a command can hold anything.
+// PID (COMMAND) STATE PARENT GROUP SESSION TERMINAL FOREGROUND ...; a command can contain anything.
 std::optional<Process> parse_process(std::string_view text) {
   const std::size_t open = text.find(" (");
   const std::size_t close = text.rfind(')');

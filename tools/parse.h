@@ -1,4 +1,4 @@
-// Parsers of what the kernel prints.
+// Parsers of the kernel's texts.
 #ifndef TTYDB_TOOLS_PARSE_H
 #define TTYDB_TOOLS_PARSE_H
 
@@ -29,15 +29,15 @@ inline std::string text(Device device) {
 
 // A row of the table of terminal drivers.
 struct Driver {
-  std::string name;  // empty if it has none, which the kernel calls unknown
-  std::string path;  // what the names of its device files begin with
+  std::string name;  // empty if the kernel says "unknown"
+  std::string path;  // prefix of its device files
   std::uint32_t major;
   std::uint32_t first_minor;
   std::uint32_t last_minor;
   std::string type;
 };
 
-// What the process table says of a process and its controlling terminal.
+// A process, with its controlling terminal, from the process table.
 struct Process {
   std::uint32_t pid;
   std::string command;
@@ -46,20 +46,19 @@ struct Process {
   std::optional<std::uint32_t> foreground;  // process group of the terminal
 };
 
-// The value of a non-empty string of digits; none for other text, and for a value that does not
-// fit.
+// Parses a string of digits.  Returns none for other text and for a value that does not fit.
 std::optional<std::uint32_t> parse_number(std::string_view text);
 
 // Parses "MAJOR:MINOR".
 std::optional<Device> parse_device(std::string_view text);
 
-// Parses the table of drivers; rows of another form than the kernel's are passed over.
+// Parses the table of drivers.  Skips malformed rows.
 std::vector<Driver> parse_drivers(const std::string& text);
 
-// Parses a process's line of statistics.
+// Parses /proc/PID/stat.
 std::optional<Process> parse_process(std::string_view text);
 
-// The first driver whose range holds a device; null if there is none.
+// Returns the first driver whose range contains a device, or null.
 const Driver* find_driver(const std::vector<Driver>& drivers, Device device);
 
 }  // namespace tty_lines

@@ -12,12 +12,12 @@ struct LineRecord {
   tty_db_tty_type tty;
   Device device;
   bool idle;
-  char name[NAME_MAX + sizeof "pts/"];  // the longest that a scan makes
+  char name[NAME_MAX + sizeof "pts/"];  // the longest name that a scan finds
 };
 
 using Entry = ttydb::entry<LineRecord>;
 
-// Makes an item say what the last scan found; no item says that it is not known.
+// Stores a property as an item.  An unknown property has no item.
 void store(const Entry& entry, Column key, const std::string& text) {
   const char* const item = entry.find<char>(key);
   if (text == (item == nullptr ? "" : item)) return;
@@ -40,7 +40,7 @@ Row read_entry(const Entry& entry, ttydb::position position) {
 
 bool comes_before(const Row& left, const Row& right) { return left.position < right.position; }
 
-// The position that the name of a line asks for.
+// The position with the number in a line's name.
 std::optional<ttydb::position> wanted_position(const ScannedLine& line) {
   if (line.number.value_or(UINT32_MAX) > TTY_PORT_MAX) return std::nullopt;
   return ttydb::position{line.category(), *line.number};
@@ -99,7 +99,7 @@ void Registry::remove_gone(const std::vector<ScannedLine>& scanned) {
   }
 }
 
-// Returns where a new line is to be registered; none if its category is full.
+// Returns the position for a new line, or none if its category is full.
 std::optional<ttydb::position> Registry::choose_position(const ScannedLine& line) const {
   const auto is_free = [&](ttydb::position at) {
     return taken_.count(at) == 0 &&
@@ -115,7 +115,7 @@ std::optional<ttydb::position> Registry::choose_position(const ScannedLine& line
   return last_resort;
 }
 
-// Makes the database hold a line, with what the scan has found.
+// Registers or updates a line.
 void Registry::settle(const ScannedLine& line) {
   if (!line.device) return reject(line, "its device numbers cannot be read");
   Entry entry;

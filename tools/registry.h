@@ -1,12 +1,10 @@
-// Keeps a database in step with the machine: every line that a scan finds is registered, if it can
-// be.
+// Keeps a database in step with the machine: registers every line that a scan finds.
 //
-// A line is registered in the category of its kind, under the number in its name if that id is
-// free, or else under the lowest free id that no name of the category asks for.  It keeps its id as
-// long as it is there.
+// The category of a line is that of its kind.  Its id is the number in its name or, if that is
+// taken, the lowest free id that is in no name of the category.  It keeps the id while it exists.
 //
-// An entry is the line's name and device numbers; each of its properties is an item on it, a string
-// whose key is its column.
+// An entry has the line's name and device numbers.  Each other property is an item: a string whose
+// key is the column.
 #ifndef TTYDB_TOOLS_REGISTRY_H
 #define TTYDB_TOOLS_REGISTRY_H
 
@@ -23,28 +21,27 @@
 
 namespace tty_lines {
 
-// What is known of a line: all that the database says of it or, if it is not registered, what the
-// scan has found.
+// A line, from the database or, if it could not be registered, from the scan.
 struct Row {
-  ttydb::position position;  // not registered: past the ids of its category
+  ttydb::position position;  // if not registered, after all ids of its category
   bool idle;
   Cells cells;
 };
 
 class Registry {
  public:
-  // By driver: under manual block management, in blocks of the drivers.
+  // With `by_driver`, each driver has its own blocks.
   explicit Registry(bool by_driver);
   Registry(const Registry&) = delete;
   Registry& operator=(const Registry&) = delete;
 
-  // Brings the database in step with a scan.  Returns reports of what cannot be registered.
-  // Throws std::system_error if the library fails.
+  // Brings the database in step with a scan.  Returns a report for each line that cannot be
+  // registered.  Throws std::system_error if the library fails.
   std::vector<std::string> follow(const std::vector<ScannedLine>& scanned);
 
-  // All lines, in order of category, then id.
+  // All lines, in order of category and id.
   std::vector<Row> rows() const;
-  // In the same order; none of a registry that is not by driver.
+  // The blocks of the drivers, in the same order.
   std::vector<ttydb::block_details> blocks() const;
 
  private:
@@ -61,10 +58,10 @@ class Registry {
 
   ttydb::database db_;
   std::optional<DriverBlocks> driver_blocks_;
-  std::map<std::string, Held> held_;  // what is registered, by name
-  std::set<ttydb::position> taken_;   // where
-  // Of the scan being followed:
-  std::set<ttydb::position> wanted_;                    // by names
+  std::map<std::string, Held> held_;  // registered lines by name
+  std::set<ttydb::position> taken_;   // their positions
+  // Of the current scan:
+  std::set<ttydb::position> wanted_;                    // those with the numbers in names
   std::set<std::pair<std::uint32_t, DriverKey>> full_;  // categories, for a driver
   std::vector<Row> unregistered_;
   std::vector<std::string> reports_;

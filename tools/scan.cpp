@@ -21,7 +21,7 @@
 #include "nodes.h"
 #include "users.h"
 
-// Where speeds have always been numbers there is no second form of the settings.
+// Some architectures have no termios2, since their termios has numeric speeds.
 #ifndef TCGETS2
 #define TCGETS2 TCGETS
 #define termios2 termios
@@ -30,9 +30,9 @@
 namespace tty_lines {
 namespace {
 
-constexpr const char* kActiveConsole = "tty0";  // another name for it
+constexpr const char* kActiveConsole = "tty0";  // another name of it
 
-// The lines that are no devices of their own.
+// The lines that are not devices of their own.
 constexpr std::pair<const char*, const char*> kPhrases[] = {
     {"console", "stands for the system console"},
     {"ptmx", "makes new pseudo-terminals"},
@@ -40,7 +40,7 @@ constexpr std::pair<const char*, const char*> kPhrases[] = {
     {kActiveConsole, "stands for the active virtual console"},
 };
 
-// The words of the kernel's lists of active consoles.
+// Reads one of the kernel's lists of active consoles.
 std::set<std::string> read_names(const std::string& path) {
   std::istringstream words(read_line(AT_FDCWD, path));
   std::set<std::string> names;
@@ -48,9 +48,9 @@ std::set<std::string> read_names(const std::string& path) {
   return names;
 }
 
-// Asks a pseudo-terminal for its size and speed, without blocking or becoming the controlling
-// terminal of this process.  One that is locked or exclusive cannot be opened: its state stays
-// unknown.  False if it has vanished.
+// Reads the size and speed of a pseudo-terminal, without waiting, and without making it this
+// process's controlling terminal.  They stay unknown if it is locked or exclusive.  Returns false
+// if it has vanished.
 bool read_state(int directory, const std::string& name, dev_t device, Cells& cells) {
   const Descriptor terminal(
       openat(directory, name.c_str(), O_RDONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
@@ -71,11 +71,11 @@ bool read_state(int directory, const std::string& name, dev_t device, Cells& cel
   return true;
 }
 
-// The process whose lock file claims a line; empty if there is none, or it has ended.
+// Returns the process whose lock file claims a line, or "" if there is none or it has ended.
 std::string lock_holder(const Roots& roots, const std::string& name) {
   const std::string file = "/LCK.." + name;
   std::string text = read_line(AT_FDCWD, roots.lock + file);
-  // Where that is another directory.
+  // The two are different directories on some machines.
   if (text.empty() && roots.lock == Roots{}.lock) text = read_line(AT_FDCWD, "/var/lock" + file);
   const std::string pid = text.substr(0, text.find_first_of(" \t\r\n"));
   const bool lives = parse_number(pid) && access((roots.proc + '/' + pid).c_str(), F_OK) == 0;
@@ -111,7 +111,7 @@ class Scan {
     const auto add_kernel_line = [this](int directory, const std::string& name) {
       struct stat status = {};
       const auto device = parse_device(read_line(directory, name + "/dev"));
-      // An entry that is still there says nothing of its device; otherwise it has vanished.
+      // Either the directory does not say its device, or it has vanished.
       if (!device && fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return;
       ScannedLine line = identify(name, device);
       const std::string udev = roots_.udev + "/data/c" + (device ? text(*device) : "");
@@ -146,9 +146,9 @@ class Scan {
     machine_.unreadable.push_back(path + ": " + std::strerror(error));
   }
 
-  // A pseudo-terminal that nobody has open is not opened: to close it again would look to the
-  // program on its other side as if its user had hung up.  Another machine's processes do not tell
-  // who has it open.
+  // A pseudo-terminal that nobody has open must not be opened: closing it again would look like a
+  // hang-up to the program on its other side.  With --proc, the process table is another machine's
+  // and does not matter.
   bool may_open(const struct stat& status) const {
     const Device device = device_of(status);
     return S_ISCHR(status.st_mode) && device.major >= UNIX98_PTY_SLAVE_MAJOR &&
@@ -170,7 +170,7 @@ class Scan {
     return line;
   }
 
-  // Adds a line, with its device file and who uses it.
+  // Adds a line, with its device file and its users.
   void add(ScannedLine line, bool has_no_uart) {
     line.cells[kKind] = kKinds[line.kind].name;
     const User* user = nullptr;
@@ -215,8 +215,8 @@ class Scan {
   Nodes nodes_;
   std::vector<Driver> drivers_;
   Users users_;
-  std::set<std::string> active_names_;   // virtual consoles that are on the screen
-  std::set<std::string> console_names_;  // lines that the kernel's messages go to
+  std::set<std::string> active_names_;   // virtual consoles on the screen
+  std::set<std::string> console_names_;  // lines that get the kernel's messages
   Machine machine_;
 };
 

@@ -1,6 +1,6 @@
-// Reads what the machine tells of its terminal lines into plain records.
+// Reads the terminal lines of the machine into plain records.
 //
-// Nothing but pseudo-terminals is ever opened: opening a serial port moves its modem lines.
+// Only pseudo-terminals are ever opened: opening a serial port changes its modem signals.
 #ifndef TTYDB_TOOLS_SCAN_H
 #define TTYDB_TOOLS_SCAN_H
 
@@ -15,7 +15,7 @@
 
 namespace tty_lines {
 
-// The directories that the machine is read from.
+// The directories to read.
 struct Roots {
   std::string sysfs = "/sys";
   std::string proc = "/proc";
@@ -26,29 +26,26 @@ struct Roots {
 
 struct ScannedLine {
   std::string name;
-  std::optional<Device> device;  // none if the kernel's list does not tell it
-  std::string driver_path;       // tells drivers of one name apart
+  std::optional<Device> device;  // none if it cannot be read
+  std::string driver_path;       // distinguishes drivers with the same name
   Kind kind = kOther;
   std::optional<std::uint32_t> number;  // in the name
-  // A serial port without a UART, a virtual console that nobody uses, or a line that stands for
-  // another.
+  // A serial port without a UART, an unused virtual console, or a line that stands for another.
   bool idle = false;
-  Cells cells;  // but those of the name, the device and the position
+  Cells cells;  // except the name, the device and the position
 
-  // In which the line is to be registered.
   std::uint32_t category() const { return kKinds[kind].category; }
 };
 
 struct Machine {
   std::vector<ScannedLine> lines;       // in order of name
-  std::vector<std::string> unreadable;  // paths, each with the reason
-  bool users_complete = true;           // the open files of all processes could be read
+  std::vector<std::string> unreadable;  // paths, with the reason
+  bool users_complete = true;           // false: some processes' open files could not be read
 };
 
-// Reads the machine.  What cannot be read is named, and the rest is told.  A line that vanishes
-// meanwhile is left out.  Who has lines open, and the state of pseudo-terminals, are read only if
-// their use is asked for.  Throws std::system_error if the process has run out of descriptors or
-// memory.
+// Reads the machine, as far as it can be read.  With `use`, also reads which processes have lines
+// open, and the size and speed of pseudo-terminals.  A line that vanishes meanwhile is skipped.
+// Throws std::system_error if descriptors or memory run out.
 Machine scan(const Roots& roots, bool use);
 
 }  // namespace tty_lines

@@ -16,16 +16,15 @@ T* require(T* made) {
   return made;
 }
 
-// Text that libsmartcols prints as it stands, but for the quoting of JSON and for raw output, which
-// has escapes of its own.
+// Prepares a text for libsmartcols, which itself quotes JSON and escapes raw output.
 std::string prepare(Column column, const std::string& text, Format format) {
   if (format == Format::kTable) return printable(text);
   if (format == Format::kRaw || format == Format::kPairs) return text;
-  // The size is a number of a block, and of a terminal two, which is a string.
+  // The size of a block is a number, that of a terminal a string.
   return column == kSize && text.find('x') != std::string::npos ? '"' + text + '"' : valid(text);
 }
 
-// A pretty-printed document without its line ends and indents: strings have none of the former.
+// Removes newlines and indentation from a document.  Its strings contain no newlines.
 std::string one_line(const std::string& document) {
   std::string out;
   bool indent = false;
@@ -36,8 +35,8 @@ std::string one_line(const std::string& document) {
   return out + '\n';
 }
 
-// Where the terminal is narrow command and detail give way first, and the name last; tables of
-// events that follow one another are to look as one.
+// On a narrow terminal, the command and the detail are truncated first, the name last.  Fixed
+// widths make successive tables of events look like one.
 double width_hint(Column column, Shape shape) {
   switch (column) {
     case kName:
@@ -76,7 +75,7 @@ Table::Table(const char* name, std::vector<Column> columns, Format format, Shape
     const bool branches = tree_ && column == (has_name ? kName : columns_.front());
     const int flags = (type.number ? SCOLS_FL_RIGHT : 0) | (type.cut ? SCOLS_FL_TRUNC : 0) |
                       (branches ? SCOLS_FL_TREE : 0) | (column == kName ? SCOLS_FL_NOEXTREMES : 0);
-    // Keys are words of jq and of a shell.
+    // Keys must be names for jq and a shell.
     std::string key = type.name;
     if (json || format == Format::kPairs) std::replace(key.begin(), key.end(), '-', '_');
     libscols_column* const made =

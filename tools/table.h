@@ -1,5 +1,4 @@
-// Prints rows of cells by libsmartcols: as a table that fits the terminal, as a tree, raw or as
-// JSON.
+// Formats rows of cells with libsmartcols.
 #ifndef TTYDB_TOOLS_TABLE_H
 #define TTYDB_TOOLS_TABLE_H
 
@@ -20,12 +19,12 @@ class Table {
  public:
   using Line = libscols_line*;
 
-  // `name` is that of the array in JSON.
+  // `name` is the name of the array in JSON.
   Table(const char* name, std::vector<Column> columns, Format format, Shape shape, bool headings);
 
-  // In a tree, which is a table or JSON, a line can be the child of another.
+  // In a tree, a row can be the child of another.  Raw output and pairs have no tree.
   Line add(const Cells& cells, Line parent = nullptr);
-  // What is printed; a JSON document of Format::kJsonLine is one line.
+  // Returns the text to print.  Format::kJsonLine puts the document on one line.
   std::string text() const;
 
  private:

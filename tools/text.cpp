@@ -9,7 +9,7 @@
 namespace tty_lines {
 namespace {
 
-// Copies the characters of the locale that are good, and has `escape` speak for every other byte.
+// Copies the characters of the locale for which `good` holds, and replaces other bytes by `escape`.
 template <class Good, class Escape>
 std::string convert(std::string_view text, Good good, Escape escape) {
   std::string out;
@@ -17,7 +17,7 @@ std::string convert(std::string_view text, Good good, Escape escape) {
     wchar_t character = 0;
     std::mbstate_t state{};
     std::size_t size = std::mbrtowc(&character, text.data(), text.size(), &state);
-    // The two highest sizes stand for errors, and none for NUL.
+    // The two highest sizes are errors, 0 is NUL.
     if (size != 0 && size <= text.size() && good(character, text)) {
       out += text.substr(0, size);
     } else {
@@ -44,7 +44,7 @@ std::string printable(std::string_view text) {
 }
 
 std::string valid(std::string_view text) {
-  constexpr wchar_t kLast = 0x10FFFF;  // mbrtowc goes on
+  constexpr wchar_t kLast = 0x10FFFF;  // mbrtowc accepts more
   const auto good = [](wchar_t character, std::string_view) { return character <= kLast; };
   return convert(text, good, [](char) { return "\xEF\xBF\xBD"; });
 }

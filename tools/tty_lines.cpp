@@ -1,5 +1,4 @@
-// tty-lines: lists the terminal lines of this machine out of a registry, and keeps that in step
-// with the machine.
+// tty-lines: registers the terminal lines of this machine, and lists them.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -35,7 +34,7 @@ std::string list_columns() {
   return out;
 }
 
-// Returns whether all lines could be read and registered.
+// Returns whether everything could be read, found and registered.
 bool list(const Options& options) {
   Listing listing(options);
   if (!options.watch) {
@@ -50,11 +49,11 @@ bool list(const Options& options) {
 }
 
 bool run(int argc, char** argv) {
-  // A file that is opened must not become standard output.
+  // If standard output is closed, the next file to be opened would take its place.
   if (fcntl(STDOUT_FILENO, F_GETFD) < 0) fail("standard output");
   std::setlocale(LC_CTYPE, "");
   static char name[] = "tty-lines";
-  argv[0] = name;  // getopt speaks of it
+  argv[0] = name;  // for the messages of getopt
   const Options options = parse_options(argc, argv);
   if (options.format == Format::kJson) std::setlocale(LC_CTYPE, "C.UTF-8");
   switch (options.action) {

@@ -18,7 +18,7 @@ namespace {
 
 enum Standing { kLeadsForeground, kInForeground, kInSession, kHasItOpen };
 
-using Rank = std::pair<Standing, std::uint32_t>;  // of equals the lowest process
+using Rank = std::pair<Standing, std::uint32_t>;  // of equals, the lowest process
 
 class Finder {
  public:
@@ -31,7 +31,7 @@ class Finder {
          standing == kInSession ? "" : process.command);
   }
 
-  // The devices of major TTYAUX_MAJOR stand for other lines, or make new ones.
+  // Devices with the major TTYAUX_MAJOR stand for other lines, or make new ones.
   void add_open_lines(int proc, const std::string& name, const Process& process) {
     const bool readable =
         for_each_name(proc, name + "/fd", [&](int directory, const std::string& fd) {

@@ -21,10 +21,10 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr auto kSettled = std::chrono::milliseconds(100);   // a burst has ended
-constexpr auto kPatience = std::chrono::milliseconds(300);  // a longer one is taken in parts
+constexpr auto kSettled = std::chrono::milliseconds(100);   // the silence that ends a burst
+constexpr auto kPatience = std::chrono::milliseconds(300);  // a longer burst is split
 
-// A socket that hears of all devices that come and go; -1 if it cannot be had.
+// Returns a socket that gets the kernel's news of devices, or -1 if there can be none.
 int hear_of_devices() {
   const int fd =
       socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_KOBJECT_UEVENT);
@@ -44,8 +44,7 @@ void set_handler(int signal_number, void (*handler)(int)) {
   sigaction(signal_number, &action, nullptr);
 }
 
-// Reads all that is there to be read.  Returns whether it is news of terminal lines; what has been
-// lost may be.
+// Reads all messages.  Returns whether one of them, or a lost one, may concern terminal lines.
 bool drain(const Descriptor& source, std::string_view mark) {
   bool news = false;
   std::array<char, 16384> buffer;
@@ -102,7 +101,7 @@ bool Watch::wait(std::chrono::nanoseconds most) const {
     timespec timeout = {};
     timeout.tv_sec = seconds.count();
     timeout.tv_nsec = (left - seconds).count();
-    // What is reported of the output without asking is an error or a hangup.
+    // Of the output, poll reports only errors and hang-ups.
     std::array<pollfd, 3> sources = {
         {{STDOUT_FILENO, 0, 0}, {devices_.get(), POLLIN, 0}, {directories_.get(), POLLIN, 0}}};
     if (ppoll(sources.data(), sources.size(), &timeout, nullptr) < 0 && errno != EINTR)

@@ -299,7 +299,7 @@ class Output(TtyLinesTest):
                 "--output=name,": "unknown column: ''",
                 "--category=6": "bad category: '6'",
                 "--watch=1m": "bad number of seconds: '1m'",
-                "-JP": "--json, --pairs and --raw exclude each other"}.items():
+                "-JP": "--json, --pairs and --raw are mutually exclusive"}.items():
             with self.subTest(argument):
                 done = run(argument)
                 self.assertEqual(done.stderr, f"tty-lines: {message}\n"
