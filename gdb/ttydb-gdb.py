@@ -153,18 +153,18 @@ def announced_waits():
 
 
 def known_readers(database):
-    """The threads that are known to hold the read lock: those that wait for an entry meanwhile."""
+    """The known holders of the read lock: threads that wait for an entry of the database."""
     try:
         for wait in announced_waits():
             is_reader = wait["routine"].string() == "tty_db_lock_tty"
             if is_reader and line_of_entry(database, int(wait["mutex"])):
                 yield thread_of_number(int(wait["thread_id"]))
-    except gdb.error:
-        pass
+    except Exception:
+        pass  # the others stay unknown
 
 
 def database_lock(database):
-    """The state of a database lock. It records the thread that writes, but only counts readers."""
+    """The state of a database lock, which records the writer but only counts the readers."""
     lock = database["rwlock"]["__data"]
     writer = int(lock["__cur_writer"])
     if writer != 0:
@@ -180,12 +180,12 @@ def database_lock(database):
 
 
 def argument(frames):
-    """The database that the frames of an operation are called with."""
+    """The database of an operation, from the innermost frame that still has the argument."""
     for frame in frames:
         for name in ("db", "db_h"):
             try:
                 database = frame.read_var(name)
-                if not database.is_optimized_out:  # as it may be in an inner frame
+                if not database.is_optimized_out:
                     return database
             except ValueError:
                 pass  # no such variable
