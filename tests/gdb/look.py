@@ -41,30 +41,14 @@ A_THREAD_WAITS = [
 DEADLOCK = (r"(thread \d \(LWP \d+\)) waits in tty_db_cleanup_entry, .* held by (thread 1 .*)\n"
             r"\2 waits in tty_db_iterate_next for the read lock of the database 0x\w+, "
             r"which is held for writing by \1\n")
-BROKEN = [
-    # An exhausted iterator, a truncated list, unknown options.
-    ("set var iterator->next_category = 4", []),
-    ("print *iterator", ["next = exhausted"]),
-    ("set print elements 3", []),
-    ("print *held", ["items = {40, 30, 20, ...}"]),
-    ("set print elements 200", []),
-    ("set var db->options = 6", []),
-    ("print *db", ["TTY_DB_OPT_AUTO_BLOCKS | 0x4", "rwlock = held for writing by thread 3 (LWP"]),
-    # Broken memory.
+BROKEN_MEMORY = [
     ("set var modems->details.tag_name = 1, modems->next_block = modems, console->next_block = 1", []),
     ("print *db", ["at 0x", "<Cannot access memory at address", "tag <error: Cannot access memory",
                    "<again 0x", ": the list is a cycle>"]),
-    ("info ttydb db", ["(<Cannot access memory at address"]),
-    ("set var modems->ttys = 1, modems->details.capacity = 0xffffffff", []),
-    ("print *modems", ["ids = 100..4294967394", "registered = {<Cannot access memory"]),
     ("set var held->item_list_head->next_item->next_item = held->item_list_head", []),
-    ("set var held->lock.__data.__owner = 1, held->lock_owner = 2", []),
-    ("print *held", ["held by LWP 1, no thread of this process", "pthread_t 0x2, no thread that GDB",
-                     "items = {40, 30, <again 0x"]),
-    ("set var ptd_mutex_block_list->routine = 1, ptd_mutex_block_list->mutex = 1", []),
+    ("print *held", ["items = {40, 30, <again 0x"]),
     ("set var ptd_mutex_block_list->next = ptd_mutex_block_list", []),
-    ("info ttydb", ["waits in <Cannot access memory", "for the entry 0x1, held by <Cannot access",
-                    "Cannot list all waits for entries: again 0x"]),
+    ("info ttydb", ["Cannot list all waits for entries: again 0x"]),
 ]
 STRIPPED = [
     ("print *modems", ["error = <There is no member named details.> (is the debug information"]),
@@ -115,7 +99,7 @@ else:
     go_on()
     check("info ttydb *db", DEADLOCK)
     gdb.execute("generate-core-file deadlock.core", to_string=True)
-    check_all(BROKEN)
+    check_all(BROKEN_MEMORY)
     gdb.execute("kill")
     gdb.execute("core-file deadlock.core", to_string=True)
     gdb.execute("thread 2", to_string=True)

@@ -7,7 +7,6 @@
 #include <time.h>
 
 #include <algorithm>
-#include <memory>
 #include <thread>
 #include <vector>
 
@@ -147,20 +146,6 @@ TEST_F(TraceFile, IsOpenedAnewIfTheProgramClosesItsDescriptor) {
   });
   EXPECT_EQ(without_times(contents("trace")), kLine + kLine);
   EXPECT_EQ(contents("own"), "still open");
-}
-
-TEST_F(TraceFile, IsClosedByItsLastClient) {
-  const std::string printed = printed_by(trace_to("trace"), [] {
-    const int lowest_free = lowest_free_descriptor();
-    auto first = std::make_unique<Client>();
-    auto second = std::make_unique<Client>();
-    first.reset();
-    second->trace("text");
-    second.reset();
-    puts(lowest_free_descriptor() == lowest_free ? "closed" : "left open");
-  });
-  EXPECT_EQ(printed, "closed\n");
-  EXPECT_EQ(without_times(contents("trace")), kLine);
 }
 
 bool is_pending(int number) {
