@@ -131,6 +131,17 @@ need_for_benchmarks() { need libbenchmark-dev libtbb-dev python3; }
 # compiler_of PRESET: the C++ compiler that a preset is built with.
 compiler_of() { sed -n 's/^CMAKE_CXX_COMPILER:[A-Z]*=//p' "build/$1/CMakeCache.txt"; }
 
+# at_once COMMAND ARGUMENT...: runs a command with each of the arguments, all at the same time.  Fails if one fails.
+at_once() {
+  local command=$1 argument pid pids=() failed=0
+  for argument in "${@:2}"; do
+    (set -e && "$command" "$argument") &
+    pids+=($!)
+  done
+  for pid in "${pids[@]}"; do wait "$pid" || failed=1; done
+  return $failed
+}
+
 # run_tests PRESET: builds a preset and runs its tests; ends with the summary line.
 run_tests() {
   build "$1"
@@ -138,4 +149,9 @@ run_tests() {
   test_summary "$1"
 }
 
-test_summary() { grep '% tests passed' "$logs/test-$1.log"; }
+# test_summary PRESET: prints the result of its tests, and which of them were not run.
+test_summary() {
+  sed -n 's/^-- \(Left out: .*\)/\1/p' "$logs/configure-$1.log"
+  sed -n 's/^[[:space:]]*[0-9]* - \(.*\) (Skipped)/Left out: the test \1 cannot run here./p' "$logs/test-$1.log"
+  grep '% tests passed' "$logs/test-$1.log"
+}
