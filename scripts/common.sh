@@ -133,9 +133,9 @@ compiler_of() { sed -n 's/^CMAKE_CXX_COMPILER:[A-Z]*=//p' "build/$1/CMakeCache.t
 
 # at_once COMMAND ARGUMENT...: runs a command with each of the arguments, all at the same time.  Fails if one fails.
 at_once() {
-  local command=$1 argument pid pids=() failed=0
+  local argument pid pids=() failed=0
   for argument in "${@:2}"; do
-    (set -e && "$command" "$argument") &
+    (set -e && "$1" "$argument") &
     pids+=($!)
   done
   for pid in "${pids[@]}"; do wait "$pid" || failed=1; done
