@@ -261,9 +261,9 @@ class Model {
     ModelBlock *block = any_block();
     if (block == nullptr) return;
     const Range old = block->range;
-    // Mostly close to where the block is, so that lines stay.
-    const uint32_t first = one_in(4) ? id_ : std::max(old.first + below(6), 6u) - 6;
-    const uint32_t count = 1 + below(one_in(4) ? 300 : old.size() + 6);
+    // Mostly a few ids away from the old range, so that lines stay.
+    const uint32_t first = one_in(4) ? id_ : std::max(old.first + below(12), 6u) - 6;
+    const uint32_t count = one_in(4) ? 1 + below(300) : std::max(old.size() + below(12), 7u) - 6;
     const Range wanted = {first, first + count};
     const Range below_wanted = {old.first, std::min(old.end, wanted.first)};
     const Range above_wanted = {std::max(old.first, wanted.end), old.end};
