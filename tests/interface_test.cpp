@@ -13,33 +13,33 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-// The texts of those entries of the log that contain a mark.
-Texts logged(const char *mark) {
+// The texts of the entries of the log that begin with a mark.
+Texts logged(const std::string &mark) {
   Texts texts;
   for (const std::string &entry : host::log()) {
-    if (entry.find(mark) != std::string::npos) texts.push_back(entry.substr(entry.find(": ") + 2));
+    if (entry.rfind(mark, 0) == 0) texts.push_back(entry.substr(mark.size()));
   }
   return texts;
 }
 
 // Expects that a call returns a result and traces these lines.
-#define EXPECT_RESULT(result, call, ...)            \
-  do {                                              \
-    host::clear();                                  \
-    host::trace(true);                              \
-    EXPECT_EQ(call, result);                        \
-    host::trace(false);                             \
-    EXPECT_EQ(logged(" . "), (Texts{__VA_ARGS__})); \
+#define EXPECT_RESULT(result, call, ...)           \
+  do {                                             \
+    host::clear();                                 \
+    host::trace(true);                             \
+    EXPECT_EQ(call, result);                       \
+    host::trace(false);                            \
+    EXPECT_EQ(logged(". "), (Texts{__VA_ARGS__})); \
   } while (false)
 
 #define EXPECT_INVALID(...) EXPECT_RESULT(TTY_DB_ERR_INVALID_ARG, __VA_ARGS__)
 
 // Expects that these assertions fail in a statement.
-#define EXPECT_ASSERTS(statement, ...)                  \
-  do {                                                  \
-    host::clear();                                      \
-    statement;                                          \
-    EXPECT_EQ(logged("assert "), (Texts{__VA_ARGS__})); \
+#define EXPECT_ASSERTS(statement, ...)             \
+  do {                                             \
+    host::clear();                                 \
+    statement;                                     \
+    EXPECT_EQ(logged("! "), (Texts{__VA_ARGS__})); \
   } while (false)
 
 TEST(BadArguments, AreRejectedEachWithItsLine) {

@@ -1,9 +1,9 @@
 // What the operations trace: each trace point once, in a life of two databases, and the check of
 // formats against their arguments.
 //
-// tests/life.txt has the first line of every trace point, assertions aside: category, ">" for an
-// entry line or ".", routine, text.  Pointers that are named here are printed by name, and SIZE
-// stands for the size of a record, which differs between machines.
+// tests/life.txt has the first line of every trace point, assertions aside, after the category and
+// the routine: ">" for an entry line or ".", and the text.  Pointers that are named here are
+// printed by name, and SIZE stands for the size of a record, which differs between machines.
 
 #include <fstream>
 #include <regex>

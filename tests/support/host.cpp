@@ -49,6 +49,7 @@ constexpr uintptr_t kRegistration = 42;  // the trace facility's word in the lib
 struct Records {
   HostLock lock;
   std::vector<std::string> log;
+  std::string speaker;  // of the latest entry, if that is a trace line
   std::map<const void *, std::string> names;
   std::set<void *> allocations;
   std::map<std::string, long> calls;
@@ -71,6 +72,7 @@ Records &records() {
 void record(const std::string &entry) {
   const Guard guard(records().lock);
   records().log.push_back(entry);
+  records().speaker.clear();
 }
 
 std::string pointer_name(uint64_t word) {
@@ -136,6 +138,7 @@ std::string log_text() {
 void clear() {
   const Guard guard(records().lock);
   records().log.clear();
+  records().speaker.clear();
   records().names.clear();
   records().assertions = 0;
   records().trace_sound = true;
@@ -198,14 +201,14 @@ void tty_trace(tty_trace_category *category, int level, int flags, uintptr_t reg
   const bool sound = level == 5 && flags == 0 && registration == kRegistration && line > 0 &&
                      (kind != 2 || leaves(routine, text));
   if (kind == 1) routines.emplace_back(routine);
-  {
-    const Guard guard(records().lock);
-    records().trace_sound = records().trace_sound && sound;
-    if (kind == 2 && sound) return;
-    if (records().trace_once && !records().traced.insert({routine, format}).second) return;
-  }
-  const char *const marks[] = {" . ", " > ", " < "};
-  record(category->name + std::string(marks[kind]) + routine + ": " + text);
+  const std::string speaker = std::string(category->name) + " " + routine;
+  const Guard guard(records().lock);
+  records().trace_sound = records().trace_sound && sound;
+  if (kind == 2 && sound) return;
+  if (records().trace_once && !records().traced.insert({routine, format}).second) return;
+  if (records().speaker != speaker) records().log.push_back(speaker);
+  records().speaker = speaker;
+  records().log.push_back(std::string(1, ".><"[kind]) + " " + text);
 }
 
 void tty_ltrace_assert(const char *routine, int, const char *expression) {
@@ -213,7 +216,8 @@ void tty_ltrace_assert(const char *routine, int, const char *expression) {
     const Guard guard(records().lock);
     ++records().assertions;
   }
-  record(std::string("assert ") + routine + ": " + expression);
+  record(std::string("assert ") + routine);
+  record(std::string("! ") + expression);
   if (assertions_return_now) return;
   fprintf(stderr, "assert %s: %s\n", routine, expression);
   abort();

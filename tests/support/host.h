@@ -12,13 +12,14 @@
 namespace host {
 
 // What the library has asked for, in order, since the last clear(), one string each:
-//   trace     "block > routine: text" (">" entry line, "." other line)
-//   assertion "assert routine: expression"
+//   trace     "block routine", unless the latest line was of the same, then "> text" (entry line)
+//             or ". text" (other line)
+//   assertion "assert routine", "! expression"
 //   message   "message MNEMONIC 3 text"
 //   wait      "wait routine" and "wait over"
 // A pointer that name() has named is printed by that name, any other as "..", NULL as "0".
 // An exit line must close the entry line of its routine and tell its result as every routine does.
-// One that does not is recorded: "block < routine: text".
+// One that does not is recorded: "< text".
 std::vector<std::string> log();
 std::string log_text();
 void clear();
