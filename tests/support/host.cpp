@@ -63,6 +63,7 @@ struct Records {
 };
 
 thread_local std::vector<std::string> routines;  // that have entered and not left
+thread_local unsigned long traced_rc = 0;
 
 Records &records() {
   static Records &instance = *new Records;  // outlives every destructor
@@ -107,17 +108,18 @@ std::string format_words(const char *format, va_list args) {
   return text;
 }
 
-// Notes that a routine leaves.  Says whether it is the last that has entered, and its exit line the
-// one that it should be.
+// Notes that a routine leaves.  Returns whether it is the last that entered, and its exit line
+// tells a result in the common form.
 bool leaves(const std::string &routine, const std::string &text) {
   const bool entered = !routines.empty() && routines.back() == routine;
   if (entered) routines.pop_back();
   const std::string exited = "EXITED   '" + routine + "' ";
-  if (text == "Exiting .." || text == exited + ":SUCCESS") return entered;
   const size_t at = text.find("[0x");
-  const unsigned long code = at != std::string::npos ? strtoul(&text[at + 1], nullptr, 16) : 0;
-  const char *known = code == TTY_DB_ERR_NO_MORE ? "UNREGISTERED" : "text";
-  return entered && code != 0 && text == exited + "[0x" + hexadecimal(code) + "]:" + known;
+  const unsigned long rc = at != std::string::npos ? strtoul(&text[at + 1], nullptr, 16) : 0;
+  traced_rc = rc;
+  if (rc == 0) return entered && (text == "Exiting .." || text == exited + ":SUCCESS");
+  const char *known = rc == TTY_DB_ERR_NO_MORE ? "UNREGISTERED" : "text";
+  return entered && text == exited + "[0x" + hexadecimal(rc) + "]:" + known;
 }
 
 }  // namespace
@@ -155,6 +157,7 @@ void trace_once(bool on) {
   records().trace_once = on;
   records().traced.clear();
 }
+unsigned long traced_result() { return traced_rc; }
 bool trace_is_sound() { return records().trace_sound && routines.empty(); }
 void assertions_return(bool on) { assertions_return_now = on; }
 int num_assertions() { return records().assertions; }
@@ -359,6 +362,7 @@ const char *__tsan_default_options() {
 
 void *__real_calloc(size_t count, size_t size);
 void *__wrap_calloc(size_t count, size_t size) {
+  if (count != 1 && size != sizeof(void *)) abort();  // only slots come in numbers
   return fails("calloc") ? nullptr : track(__real_calloc(count, size));
 }
 

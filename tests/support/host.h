@@ -32,6 +32,8 @@ void trace_once(bool on);
 // Says whether all lines since the last clear() were sound, and every routine that has entered has
 // left.
 bool trace_is_sound();
+// The result in the latest exit line.
+unsigned long traced_result();
 
 // What a failed assertion does: it is recorded and returns, or ends the process (at first).
 void assertions_return(bool on);
