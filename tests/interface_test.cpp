@@ -147,11 +147,6 @@ TEST(Outputs, AreClearedByAFailureButForARetrievalWithoutABlock) {
   EXPECT_NE(without_block, nullptr);
 }
 
-TEST(Outputs, OfTheDetailsAreOptional) {
-  Database db(0);
-  EXPECT_EQ(tty_db_get_details(db, nullptr, nullptr), 0u);
-}
-
 // What the library asserts when it is called against its rules, or when the program has written
 // over a record.  Failed assertions return.
 class Assertions : public testing::Test {
@@ -219,21 +214,6 @@ TEST_F(Assertions, ReportAMissingWriteLockAndTheWorkIsDone) {
   EXPECT_EQ(block->details.capacity, 11u);
 }
 
-TEST_F(Assertions, ReportARangeThatEndsTooLateUnlessItIsEmpty) {
-  const char *first = "(first_tty > last_tty) || first_tty <= TTY_PORT_MAX";
-  const char *last = "(first_tty > last_tty) || last_tty <= TTY_PORT_MAX";
-  const char *slot = "TTY_DB_TTY_ID_TO_BLOCK_INDEX(block, tty_id) < block->details.capacity";
-  lock();
-  host::trace(true);
-  EXPECT_ASSERTS(tty_db_block_check_no_registered_ttys(db, block, 10000, 10001), last, slot, slot);
-  EXPECT_ASSERTS(tty_db_block_check_no_registered_ttys(db, block, 10001, 10001), first, last, slot);
-  host::clear();
-  tty_db_block_check_no_registered_ttys(db, block, 10002, 10001);
-  EXPECT_EQ(host::num_assertions(), 0);
-  host::trace(false);
-  unlock();
-}
-
 TEST_F(Assertions, ReportABlockOfAnotherDatabaseAndLeaveItAlone) {
   Database other(0);
   tty_db_block_type *foreign = other.reserve(0, 0, 10);
@@ -268,6 +248,10 @@ TEST_F(Assertions, ReportOverwrittenCountsWhichDoNotFallBelowZero) {
   made->num_blocks = 1;
   made->num_ttys = 1;
   EXPECT_ASSERTS(tty_db_destroy(made), "db_h->num_ttys == 0", "db_h->num_blocks == 0");
+}
+
+TEST(Outputs, OfTheCountsAreOptional) {
+  EXPECT_EQ(tty_db_get_details(Database(0), nullptr, nullptr), 0u);
 }
 
 TEST(Iterators, YieldTheLinesThatThereAreNow) {

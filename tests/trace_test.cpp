@@ -20,11 +20,8 @@ template <typename... Args>
 constexpr bool fits(const char *format) {
   return tty_db_trace_fits(format, tty_db_trace_types<Args...>{});
 }
-static_assert(fits<>("100") && fits<int, uint32_t, size_t, bool>("%d %lu%x %X"));
-static_assert(fits<const char *, char *, void *, uintptr_t>("%s%s %X%X"));
-static_assert(!fits<>("%d") && !fits<int>("") && !fits<int>("%d%d") && !fits<int, int>("%d"));
-static_assert(!fits<int>("%s") && !fits<const char *>("%X") && !fits<void *>("%lu"));
-static_assert(!fits<double>("%d") && !fits<int>("%i") && !fits<int>("%") && !fits<int>("%l"));
+static_assert(fits<>("100") && fits<int, const char *, void *>("%d %s%X") && !fits<int>("%d%d"));
+static_assert(!fits<int>("%s") && !fits<const char *>("%X") && !fits<int>("%i") && !fits<int>("%"));
 
 // Two databases, one after the other.
 class Trace : public testing::Test {

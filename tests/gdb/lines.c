@@ -10,8 +10,8 @@
 #include "tty_thread_block.h"
 
 static tty_db_type *db;
-static tty_db_block_type *console, *modems;
-static tty_db_tty_type *held, *given_back;
+static tty_db_block_type *modems;
+static tty_db_tty_type *held;
 static tty_db_iterator_type *iterator;
 
 static void must(uint32_t rc) {
@@ -51,13 +51,12 @@ static void end(int unused) {
 
 int main(void) {
   must(tty_db_create(TTY_DB_OPT_LOCK_ENTRIES, &db));
-  must(tty_db_block_reserve(db, 0, 0, 8, "console", 0xc0, &console));
+  must(tty_db_block_reserve(db, 0, 0, 8, "console", 0, &modems));
   must(tty_db_block_reserve(db, 3, 100, 50, "modems", 0, &modems));
   must(tty_db_block_reserve(db, 3, 10000, 1, NULL, 0, &(tty_db_block_type *){NULL}));
   const uint32_t ids[] = {100, 101, 103, 149};
   for (size_t i = 0; i < sizeof ids / sizeof *ids; ++i) must(tty_db_tty_unlock(db, add(3, ids[i])));
-  given_back = add(0, 7);
-  must(tty_db_tty_unlock(db, given_back));
+  must(tty_db_tty_unlock(db, add(0, 7)));
   held = add(3, 107);
   void *item = NULL;
   for (uint32_t key = 1; key <= 4; ++key) must(tty_db_item_create(held, 10 * key, 16, &item));

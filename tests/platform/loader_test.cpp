@@ -6,7 +6,6 @@
 //   linked   both libraries: libttydb stays when it is closed
 
 #include <dlfcn.h>
-#include <fcntl.h>
 
 #include <thread>
 
@@ -21,7 +20,7 @@ void tty_debug_cleanup(const char *client, tty_trace_context * /*context*/, uint
 namespace {
 
 // What an unload prints.
-#ifdef LINKED
+#ifdef HOST_linked
 const std::string kUnloaded;
 #else
 const std::string kUnloaded = "db: tracing has ended\n";
@@ -62,21 +61,5 @@ TEST(Loader, TheExitByAnotherThreadDoesNot) {
 TEST(Loader, NoDllmainKeepsTheLibraryFromSettingUpAnything) {
   EXPECT_EQ(printed_by({{"NO_DLLMAIN", ""}}, [] { dlclose(open_library()); }), "");
 }
-
-#ifdef LATE
-// The host's own tty_debug_cleanup() knows nothing of the file.
-TEST(Loader, AnUnloadOfTheStandInClosesTheTraceFile) {
-  const Variables variables = {{"TTY_TRACE", "db"}, {"TTY_TRACE_FILE", "/dev/null"}};
-  const std::string printed = printed_by(variables, [] {
-    const int lowest_free = dup(STDIN_FILENO);
-    close(lowest_free);
-    void *library = open_library();
-    puts(fcntl(lowest_free, F_GETFD) != -1 ? "open" : "closed");
-    dlclose(library);
-    puts(fcntl(lowest_free, F_GETFD) != -1 ? "open" : "closed");
-  });
-  EXPECT_EQ(printed, "open\n" + kUnloaded + "closed\n");
-}
-#endif
 
 }  // namespace

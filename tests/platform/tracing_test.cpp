@@ -2,9 +2,7 @@
 
 #include <fcntl.h>
 #include <signal.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <time.h>
 
 #include <thread>
 #include <vector>
@@ -59,23 +57,6 @@ TEST(Tracing, WritesWhereALineComesFromAndItsArguments) {
             "client/global routine:12 <NULL> -1 9223372036854775808 ab 123456789ABC 100% \n");
 }
 
-std::string three_hours_from_now() {
-  const time_t then = time(nullptr) + 3 * 3600;
-  char text[sizeof("hh:mm")];
-  strftime(text, sizeof(text), "%R", gmtime(&then));
-  return text;
-}
-
-TEST(Tracing, BeginsALineWithTheLocalTime) {
-  const std::string before = three_hours_from_now();
-  const std::string line = printed_by({{"TTY_TRACE", "client"}, {"TZ", "UTC-3"}}, [] {
-    tzset();
-    trace_a_line();
-  });
-  const std::string time = line.substr(0, before.size());
-  EXPECT_TRUE(time == before || time == three_hours_from_now()) << line;
-}
-
 using TraceFile = InADirectory;
 
 TEST_F(TraceFile, IsForItsOwnerAndAppendedTo) {
@@ -107,12 +88,6 @@ TEST_F(TraceFile, TakesWholeLinesOfAllThreads) {
 TEST_F(TraceFile, ThatCannotBeOpenedIsReportedAndStandardErrorTakesTheLines) {
   EXPECT_EQ(without_times(printed_by(trace_to("no/file"), trace_a_line)),
             "TTY_TRACE_FILE: no/file: No such file or directory\n" + kLine);
-}
-
-TEST_F(TraceFile, MayBeAStandardFile) {
-  for (const char *path : {"/dev/stderr", "/dev/fd/2", "/proc/self/fd/1"}) {
-    EXPECT_EQ(without_times(printed_by(trace_to(path), trace_a_line)), kLine);
-  }
 }
 
 int lowest_free_descriptor() {
@@ -172,21 +147,6 @@ TEST_F(TraceFile, MayLoseItsReader) {
     puts(is_pending(SIGPIPE) ? "the program's signal is left" : "no signal");
   });
   EXPECT_EQ(printed, "no signal\nthe program's signal is left\n");
-}
-
-TEST_F(TraceFile, MayNotBeAllowedToGrow) {
-  printed_by(trace_to("trace"), [] {
-    rlimit size;
-    getrlimit(RLIMIT_FSIZE, &size);
-    const rlimit small_size = {100, size.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &small_size);
-    Client client;
-    client.trace(std::string(100, 'x').c_str());
-    setrlimit(RLIMIT_FSIZE, &size);
-    client.trace("text");
-  });
-  EXPECT_EQ(without_times(contents("trace").substr(100)),
-            kLine + "1 trace lines have been lost up to here\n");
 }
 
 // Reads what is in a pipe now.
