@@ -19,8 +19,8 @@ NOBODY_WAITS = [
 A_THREAD_WAITS = [
     ("info ttydb", [r"thread 2 (LWP", " waits in tty_db_lock_tty, line ", " for the entry 0x",
                     ", held by thread 1 (LWP"]),
-    ("info ttydb *db", [" (category 3, id 107), held by thread 1", "\nThe database lock is held for "
-                        "reading by thread 2 (LWP"]),
+    ("info ttydb *db", [" (category 3, id 107), held by thread 1",
+                        "\nThe database lock is held for reading by thread 2 (LWP"]),
     ("frame", ["#1 ", " in main ("]),  # still the selected one
     ("print *db", [
         "options = TTY_DB_OPT_LOCK_ENTRIES", "rwlock = held for reading by thread 2 (LWP",

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds and runs programs with the copy of the library that pkg-config and CMake find: examples as they stand.
+# Builds and runs the examples with the copy of the library that pkg-config and CMake find.
 #   programs.sh SCRATCH
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
@@ -10,14 +10,16 @@ unset TTY_TRACE TTY_TRACE_FILE TTY_ASSERT NO_DLLMAIN
 
 # pkg-config prints its flags as words of the shell.
 flags=() static_flags=()
-eval "flags=($(pkg-config --cflags --libs ttydb)) static_flags=($(pkg-config --static --cflags --libs ttydb))"
+eval "flags=($(pkg-config --cflags --libs ttydb))"
+eval "static_flags=($(pkg-config --static --cflags --libs ttydb))"
 
 "$cc" -Wall -Wextra -pedantic -Werror "$examples/first.c" "${flags[@]}" -o first
 ./first | diff "$examples/first.out" -
-"$cxx" -std=c++17 -Wall -Wextra -pedantic -Werror "$examples/cplusplus.cpp" "${flags[@]}" -o cplusplus
+"$cxx" -std=c++17 -Wall -Wextra -pedantic -Werror "$examples/cplusplus.cpp" "${flags[@]}" \
+  -o cplusplus
 ./cplusplus | diff "$examples/cplusplus.out" -
 
-# In a static program the library is set up too, and takes one service from the program, the others from the stand-in.
+# In a static program too, the load hook runs, and a service of the program replaces the stand-in's.
 "$cc" -static "$examples/first.c" -x c - -x none "${static_flags[@]}" -o static \
   <<<'extern void _exit(int); void tty_trace(void) { _exit(9); }'
 ./static | diff "$examples/first.out" -

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Checks what the libraries show to the outside.
+# Checks what programs see of the libraries.
 #   surface.sh symbols|dependencies LIBTTYDB LIBTTYPLATFORM
 #   surface.sh headers|readme
-#   surface.sh installed BUILD SCRATCH    installs a copy of what is built in BUILD, and uses it
-#   surface.sh part SCRATCH               builds the library as a part of another project
+#   surface.sh installed BUILD SCRATCH    installs BUILD, and builds programs with the installed copy
+#   surface.sh part SCRATCH               builds the library as part of another project
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 root=$here/../..
@@ -18,23 +18,21 @@ declared() {
   sed -nE "s/^(extern )?$1 [^(;]*\\b(\\w+)(\\(.*|;)$/\\2/p" "${@:2}"
 }
 
-# defined LIBRARY: the names that a library defines for others, but for those of symbol versions and those
-# that the address sanitizer adds.
+# defined LIBRARY: the names that a library exports, without symbol versions.
 defined() {
-  "${NM:-nm}" -D --defined-only "$1" |
-    awk '$2 != "A" && $3 !~ /^__odr_asan/ { sub(/@.*/, "", $3); print $3 }'
+  "${NM:-nm}" -D --defined-only "$1" | awk '$2 != "A" { sub(/@.*/, "", $3); print $3 }'
 }
 
 check_symbols() {
-  local messages
+  local messages headers=("$root"/platform/tty_{platform,thread_block}.h)
   messages=$(printf 'kel_msg_%s\n' {rec,limit}_tty_db_{panic,lock_error,lock_busy,kernel_error})
   same "$1" "$(declared TTY_DB_API "$root/include/tty_db.h")
 $messages
 dummy_unused_var" "$(defined "$1")"
-  same "$2" "$(declared TTY_PLATFORM_API "$root"/platform/tty_{platform,thread_block}.h)" "$(defined "$2")"
+  same "$2" "$(declared TTY_PLATFORM_API "${headers[@]}")" "$(defined "$2")"
 }
 
-# dynamic LIBRARY: what a library is called and what it needs.
+# dynamic LIBRARY: its SONAME and the libraries that it needs.
 dynamic() {
   "${READELF:-readelf}" -d "$1" | sed -nE 's/.*\((SONAME|NEEDED)\).*\[(.*)\]/\1 \2/p'
 }
@@ -44,9 +42,10 @@ check_dependencies() {
   same "$2" $'SONAME libttyplatform.so.1\nNEEDED libc.so.6' "$(dynamic "$2")"
 }
 
-# Every header stands alone in the languages that it is for, and the examples compile in strict C.
+# Every header compiles alone, and the examples compile in strict C.
 check_headers() {
-  local strict=(-Wall -Wextra -pedantic -Werror -fsyntax-only -I"$root/include" -I"$root/platform") header
+  local header strict=(-Wall -Wextra -pedantic -Werror -fsyntax-only
+    -I"$root/include" -I"$root/platform")
   for header in tty_db.h tty_platform.h tty_thread_block.h; do
     "${CC:-cc}" -std=c11 "${strict[@]}" -x c - <<<"#include <$header>"
     "${CXX:-c++}" -std=c++17 "${strict[@]}" -x c++ - <<<"#include <$header>"
@@ -55,14 +54,14 @@ check_headers() {
   "${CC:-cc}" -std=c11 "${strict[@]}" "$root"/examples/*.c
 }
 
-# README shows two programs as they are in examples/: one whole, of the other a part.
+# README shows one of the examples whole, and a part of another.
 check_readme() {
   block() { sed -n "/^\`\`\`$1\$/,/^\`\`\`\$/{/^\`\`\`/!p}" "$root/README.md"; }
   diff <(block c) "$root/examples/first.c"
   [[ $(<"$root/examples/cplusplus.cpp") == *"$(block cpp)"* ]]
 }
 
-# A copy as it is installed, in the hands of programs.
+# Programs find and use an installed copy.
 check_installed() {
   local prefix=$2/copy libraries version
   rm -rf "$2"
@@ -75,7 +74,7 @@ check_installed() {
   [[ $("$prefix/bin/tty-lines" --version) == "tty-lines $version" ]]
 }
 
-# A part of a project that knows no language but C.
+# A project in C builds the library with add_subdirectory.
 check_part() {
   local shared
   for shared in ON OFF; do
