@@ -2,7 +2,7 @@
 # Checks what programs see of the libraries.
 #   surface.sh symbols|dependencies LIBTTYDB LIBTTYPLATFORM
 #   surface.sh headers|readme
-#   surface.sh installed BUILD SCRATCH    installs BUILD, and builds programs with the installed copy
+#   surface.sh installed BUILD SCRATCH    installs BUILD, and builds programs with the copy
 #   surface.sh part SCRATCH               builds the library as part of another project
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
