@@ -1,5 +1,6 @@
 // The tool's readers of the table of drivers and of names: whatever the bytes, what comes out is
 // sound.
+#include <cctype>
 #include <clocale>
 #include <cstdlib>
 
@@ -24,7 +25,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   require(classify(text, "serial") < kNumKinds);
   if (number_in_name(text)) require(text.find_last_of("0123456789") == text.size() - 1);
   const std::string shown = printable(text);
-  for (const unsigned char byte : shown) require(byte >= 128 || (byte >= ' ' && byte < 127));
+  for (const char byte : shown) require(std::iscntrl(static_cast<unsigned char>(byte)) == 0);
   require(valid(shown) == shown);
   return 0;
 }
