@@ -72,7 +72,8 @@ std::string row_after(const std::string &text, const std::string &key) {
   return text.substr(at + key.size(), text.find('\n', at) - at - key.size());
 }
 
-// Runs the same in a child process.  Returns "CALL: OUTCOME", or "" if there is no nth call.
+// Runs run_with_failure() in a child process.  Returns "CALL: OUTCOME", or "" if there is no nth
+// call.
 std::string outcome_of(const Operation &operation, int nth) {
   testing::internal::CaptureStderr();
   const pid_t child = fork();
@@ -100,10 +101,11 @@ void expect_outcomes(const Operation &operation, const std::string &expected) {
   std::string outcomes;
   std::string outcome;
   fflush(stdout);
-  for (int nth = 1; nth == 1 || !outcome.empty(); ++nth) {
-    outcome = outcome_of(operation, nth);
+  int nth = 0;
+  do {
+    outcome = outcome_of(operation, ++nth);
     outcomes += outcome;
-  }
+  } while (!outcome.empty());
   EXPECT_EQ(outcomes, expected);
 }
 

@@ -99,7 +99,7 @@ TEST(BadArguments, AProgramDoesNotManageTheBlocksOfAnAutomaticDatabase) {
                 line);
 }
 
-TEST(BadArguments, TheSizeOfAnItemDoesNotWrap) {
+TEST(BadArguments, AnItemThatIsTooLargeIsRefused) {
   Database db(kAuto);
   tty_db_tty_type *tty = db.add(0, 0);
   void *item = nullptr;
@@ -108,43 +108,49 @@ TEST(BadArguments, TheSizeOfAnItemDoesNotWrap) {
                 "malloc(" + wrapped + ") of item list structure failed");
 }
 
-TEST(Outputs, AreClearedByAFailureButForARetrievalWithoutABlock) {
+TEST(Outputs, AreClearedByAFailureExceptByARetrievalWithoutABlock) {
   Database db(0);
-  tty_db_block_type *block = db.reserve(0, 10, 10, "tag");
-  tty_db_block_type *block_of_id = block;
-  tty_db_block_type *block_of_tag = block;
-  tty_db_block_details_type details = block->details;
-  tty_db_tty_type *tty = db.add(0, 15);
-  tty_db_tty_type *retrieved = tty;
-  tty_db_tty_type *without_block = tty;
-  void *created_item = tty;
-  void *item = tty;
+  tty_db_block_type *const reserved = db.reserve(0, 10, 10, "tag");
+  tty_db_tty_type *const line = db.add(0, 15);
+
   tty_db_type *created = db;
+  EXPECT_EQ(tty_db_create(4, &created), TTY_DB_ERR_INVALID_ARG);
+  EXPECT_EQ(created, nullptr);
+
+  tty_db_block_type *block = reserved;
+  EXPECT_EQ(tty_db_block_reserve(db, 6, 0, 1, nullptr, 0, &block), TTY_DB_ERR_INVALID_ARG);
+  EXPECT_EQ(block, nullptr);
+  block = reserved;
+  EXPECT_EQ(tty_db_block_find_block_from_tty_id(db, 0, 9, &block), TTY_DB_ERR_NO_BLOCK);
+  EXPECT_EQ(block, nullptr);
+  block = reserved;
+  EXPECT_EQ(tty_db_block_find_block_from_tag(db, "other", &block), TTY_DB_ERR_NO_BLOCK);
+  EXPECT_EQ(block, nullptr);
+  tty_db_block_details_type details = reserved->details;
+  EXPECT_EQ(tty_db_block_details_from_tty(db, 6, 0, &details), TTY_DB_ERR_INVALID_ARG);
+  EXPECT_EQ(fields(details), fields({}));
+
+  tty_db_tty_type *tty = line;
+  EXPECT_EQ(tty_db_tty_register(db, 0, 16, 0, &tty), TTY_DB_ERR_INVALID_ARG);
+  EXPECT_EQ(tty, nullptr);
+  tty = line;
+  EXPECT_EQ(tty_db_tty_retrieve(db, 0, 9, &tty), TTY_DB_ERR_NOT_REGISTERED);
+  EXPECT_EQ(tty, line);
+  EXPECT_EQ(tty_db_tty_retrieve(db, 0, 16, &tty), TTY_DB_ERR_NOT_REGISTERED);
+  EXPECT_EQ(tty, nullptr);
+
+  void *item = line;
+  EXPECT_EQ(tty_db_item_create(line, 1, 0, &item), TTY_DB_ERR_INVALID_ARG);
+  EXPECT_EQ(item, nullptr);
+  item = line;
+  EXPECT_EQ(tty_db_item_get(line, 1, &item), TTY_DB_ERR_NO_ITEM);
+  EXPECT_EQ(item, nullptr);
+
   uint32_t category = 0;
   uint32_t id = 1;
-  EXPECT_EQ(tty_db_item_create(tty, 1, 0, &created_item), TTY_DB_ERR_INVALID_ARG);
-  EXPECT_EQ(tty_db_item_get(tty, 1, &item), TTY_DB_ERR_NO_ITEM);
-  EXPECT_EQ(tty_db_tty_register(db, 0, 16, 0, &tty), TTY_DB_ERR_INVALID_ARG);
-  EXPECT_EQ(tty_db_block_reserve(db, 6, 0, 1, nullptr, 0, &block), TTY_DB_ERR_INVALID_ARG);
-  EXPECT_EQ(tty_db_block_find_block_from_tty_id(db, 0, 9, &block_of_id), TTY_DB_ERR_NO_BLOCK);
-  EXPECT_EQ(tty_db_block_find_block_from_tag(db, "other", &block_of_tag), TTY_DB_ERR_NO_BLOCK);
-  EXPECT_EQ(tty_db_block_details_from_tty(db, 6, 0, &details), TTY_DB_ERR_INVALID_ARG);
   EXPECT_EQ(tty_db_iterate_next(nullptr, &category, &id), TTY_DB_ERR_INVALID_ARG);
-  EXPECT_EQ(tty_db_create(4, &created), TTY_DB_ERR_INVALID_ARG);
-  EXPECT_EQ(tty_db_tty_retrieve(db, 0, 16, &retrieved), TTY_DB_ERR_NOT_REGISTERED);
-  EXPECT_EQ(tty_db_tty_retrieve(db, 0, 9, &without_block), TTY_DB_ERR_NOT_REGISTERED);
-  EXPECT_EQ(created_item, nullptr);
-  EXPECT_EQ(item, nullptr);
-  EXPECT_EQ(tty, nullptr);
-  EXPECT_EQ(block, nullptr);
-  EXPECT_EQ(block_of_id, nullptr);
-  EXPECT_EQ(block_of_tag, nullptr);
-  EXPECT_EQ(fields(details), fields({}));
   EXPECT_EQ(category, TTY_CATEGORY_MAX);
   EXPECT_EQ(id, 0u);
-  EXPECT_EQ(created, nullptr);
-  EXPECT_EQ(retrieved, nullptr);
-  EXPECT_NE(without_block, nullptr);
 }
 
 // What the library asserts when it is called against its rules, or when the program has written

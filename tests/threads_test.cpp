@@ -72,7 +72,8 @@ void hammer(uint32_t options) {
   for (uint32_t id = 0; id < kLines; ++id) {
     tty_db_tty_type *tty = nullptr;
     ASSERT_EQ(tty_db_tty_retrieve(db, 0, id, &tty), 0u);
-    EXPECT_EQ(reinterpret_cast<Entry *>(tty)->value, (options & kLock) != 0 ? 2 * kRounds : 0);
+    EXPECT_EQ(reinterpret_cast<Entry *>(tty)->value,
+              (options & kLock) != 0 ? 2 * kRounds : 0);  // by two threads
     ASSERT_EQ(tty_db_tty_unlock(db, tty), 0u);
   }
 }
@@ -91,9 +92,9 @@ TEST(Threads, AWriterGivesUpAfterTenTriesAndAReaderDoesNot) {
     EXPECT_EQ(tty_db_tty_unlock(db, tty), 0u);
   });
   wait_until([] { return host::num_waiting() == 1; });
-  const long pauses = host::calls("usleep");
+  const long pauses_before = host::calls("usleep");
   EXPECT_EQ(tty_db_tty_deregister(db, 0, 0), TTY_DB_ERR_LOCK_FAILED);
-  EXPECT_EQ(host::calls("usleep"), pauses + 10);
+  EXPECT_EQ(host::calls("usleep"), pauses_before + 10);
   EXPECT_EQ(tty_db_destroy(db), TTY_DB_ERR_LOCK_FAILED);
   EXPECT_EQ(tty_db_tty_unlock(db, held), 0u);
   reader.join();
@@ -113,19 +114,20 @@ TEST(Threads, NeitherASignalNorACancellationShortensAWritersPauses) {
     EXPECT_EQ(tty_db_tty_register(db, 0, 1, sizeof(Entry), &tty), TTY_DB_ERR_LOCK_FAILED);
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(200));
     gave_up = true;
-    pause();
+    pause();  // a cancellation point
     ADD_FAILURE() << "the cancellation is lost";
   });
   ASSERT_EQ(pthread_cancel(writer.native_handle()), 0);
-  while (!gave_up) {
+  for (int i = 0; i < 5000 && !gave_up; ++i) {
     pthread_kill(writer.native_handle(), SIGUSR1);
     usleep(2000);
   }
   writer.join();
+  EXPECT_TRUE(gave_up);
   EXPECT_EQ(pthread_rwlock_unlock(&db.get()->rwlock), 0);
 }
 
-TEST(Threads, DeregistrationWaitsForTheHolderOfTheEntry) {
+TEST(Threads, RemovalWaitsForTheHolderOfTheEntry) {
   using Operation = std::function<uint32_t(tty_db_type *, tty_db_block_type *)>;
   const Operation operations[] = {
       [](auto *db, auto *) { return tty_db_tty_deregister(db, 0, 3); },

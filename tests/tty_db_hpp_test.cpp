@@ -51,22 +51,21 @@ TEST(ErrorCodes, HaveMessagesAndConditions) {
     EXPECT_EQ(std::error_code(code).message(), qerr_strerror(static_cast<std::uint32_t>(code)));
   }
   EXPECT_EQ(ttydb::make_error_code(errc::no_memory), std::errc::not_enough_memory);
-  EXPECT_EQ(ttydb::make_error_code(errc::lock_failed), std::errc::resource_unavailable_try_again);
 }
 
 // NOLINTBEGIN(bugprone-use-after-move): handles that were moved from are tested.
 TEST(EmptyHandles, RefuseEveryOperation) {
-  ttydb::database db(ttydb::options::all);
-  ttydb::database moved = std::move(db);
+  ttydb::database empty(ttydb::options::all);
+  ttydb::database db = std::move(empty);
   ttydb::entry<Port> entry;
   ttydb::block block;
   const auto refuses = [](auto operation, int line = __builtin_LINE()) {
     expect_failure(errc::invalid_argument, operation, line);
   };
-  refuses([&](auto&... ec) { db.destroy(ec...); });
-  refuses([&](auto&... ec) { EXPECT_FALSE(db.retrieve_line<Port>(0, 0, ec...)); });
-  refuses([&](auto&... ec) { moved.deregister_line(std::move(entry), ec...); });
-  refuses([&](auto&... ec) { EXPECT_EQ(walk(db.lines(ec...)), Positions()); });
+  refuses([&](auto&... ec) { empty.destroy(ec...); });
+  refuses([&](auto&... ec) { EXPECT_FALSE(empty.retrieve_line<Port>(0, 0, ec...)); });
+  refuses([&](auto&... ec) { db.deregister_line(std::move(entry), ec...); });
+  refuses([&](auto&... ec) { EXPECT_EQ(walk(empty.lines(ec...)), Positions()); });
   refuses([&](auto&... ec) { entry.create<int>(1, ec...); });
   refuses([&](auto&... ec) { entry.get<int>(1, ec...); });
   refuses([&](auto&... ec) { block.resize(0, 1, dereg::allow, ec...); });

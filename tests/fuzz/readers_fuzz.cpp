@@ -19,7 +19,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string text(reinterpret_cast<const char*>(data), size);
   for (const Driver& driver : parse_drivers(text)) {
     const bool found = find_driver({driver}, {driver.major, driver.first_minor}) != nullptr;
-    require(!driver.path.empty() && found == (driver.first_minor <= driver.last_minor));
+    require(found == (driver.first_minor <= driver.last_minor));
+    require(!driver.path.empty());
   }
   if (const auto process = parse_process(text)) require(text.find(process->command) != text.npos);
   require(classify(text, "serial") < kNumKinds);

@@ -51,7 +51,7 @@ static void end(int unused) {
 
 int main(void) {
   must(tty_db_create(TTY_DB_OPT_LOCK_ENTRIES, &db));
-  must(tty_db_block_reserve(db, 0, 0, 8, "console", 0, &modems));
+  must(tty_db_block_reserve(db, 0, 0, 8, "console", 0, &(tty_db_block_type *){NULL}));
   must(tty_db_block_reserve(db, 3, 100, 50, "modems", 0, &modems));
   must(tty_db_block_reserve(db, 3, 10000, 1, NULL, 0, &(tty_db_block_type *){NULL}));
   const uint32_t ids[] = {100, 101, 103, 149};
@@ -78,5 +78,5 @@ int main(void) {
   start_waiting(&thread, deregister);
   signal(SIGALRM, end);
   alarm(1);
-  return (int)tty_db_iterate_next(iterator, &category, &id);
+  must(tty_db_iterate_next(iterator, &category, &id));
 }

@@ -38,9 +38,11 @@ inline std::string printed_by(const Variables &variables, const std::function<vo
   close(pipe_ends[1]);
   std::string printed;
   char bytes[4096];
-  for (ssize_t size; (size = read(pipe_ends[0], bytes, sizeof(bytes))) > 0;) {
+  ssize_t size = 0;
+  do {
     printed.append(bytes, static_cast<size_t>(size));
-  }
+    size = read(pipe_ends[0], bytes, sizeof(bytes));
+  } while (size > 0);
   close(pipe_ends[0]);
   int status = 0;
   waitpid(child, &status, 0);

@@ -5,13 +5,14 @@
 
 namespace {
 
+const std::string kStart = "Assertion failed in routine, line 7: ";
+
 // What the report of a failed assertion shows of its expression.
 std::string shown(const std::string &expression) {
   const std::string report = printed_by(
       {{"TTY_ASSERT", "report"}}, [&] { tty_ltrace_assert("routine", 7, expression.c_str()); });
-  const std::string start = "Assertion failed in routine, line 7: ";
-  EXPECT_EQ(report.substr(0, start.size()), start);
-  return report.substr(start.size());
+  EXPECT_EQ(report.substr(0, kStart.size()), kStart);
+  return report.substr(kStart.size());
 }
 
 TEST(Line, ShowsControlCharactersAsEscapes) {
@@ -25,20 +26,19 @@ TEST(Line, KeepsTextInUtf8AndLatin1) {
   EXPECT_EQ(shown("caf\xe9"), "caf\xe9\n");
 }
 
-TEST(Line, EscapesBytesThatOnlyLookLikeUtf8) {
+// \x80 to \x9f are the control characters of Latin-1.
+TEST(Line, TakesBytesThatOnlyLookLikeUtf8AsLatin1) {
   EXPECT_EQ(shown("surrogate \xed\xa0\x80"), "surrogate \xed\xa0\\x80\n");
   EXPECT_EQ(shown("too large \xf4\x90\x80\x80"), "too large \xf4\\x90\\x80\\x80\n");
 }
 
 TEST(Line, HasAtMost2048BytesAndEndsWithAnEllipsisIfCut) {
-  const size_t start = std::string("Assertion failed in routine, line 7: ").size();
-  const std::string longest(2047 - start, 'x');
+  const std::string longest(2047 - kStart.size(), 'x');
   EXPECT_EQ(shown(longest), longest + "\n");
-
-  const std::string kept(2044 - start, 'x');
+  const std::string kept(2044 - kStart.size(), 'x');
   EXPECT_EQ(shown(longest + "y"), kept + "...\n");
-  EXPECT_EQ(shown(kept.substr(1) + "\u00e9" + "long"), kept.substr(1) + "...\n")
-      << "half a character is not written";
+  const std::string before(2043 - kStart.size(), 'x');
+  EXPECT_EQ(shown(before + "\u00e9 and more"), before + "...\n") << "no half of a character";
 }
 
 }  // namespace

@@ -16,8 +16,8 @@ constexpr int kError = 3;
 tty_db_msg_limit_type limit = {{1}};
 tty_db_msg_limit_type other_limit = {{1}};
 
-void raise(int severity, const char *text, int times = 1, tty_db_msg_limit_type *of = &limit) {
-  const tty_db_msg_rec_type record = {nullptr, "%s (%d)", of, "HOST", "", "KIND", 1, 3, {}, 0, 0};
+void send(int severity, const char *text, int times = 1, tty_db_msg_limit_type *kind = &limit) {
+  const tty_db_msg_rec_type record = {nullptr, "%s (%d)", kind, "HOST", "", "KIND", 1, 3, {}, 0, 0};
   for (int i = 0; i < times; ++i) kel_errmsg(&record, severity, text, 16);
 }
 
@@ -31,8 +31,8 @@ TEST(Messages, GoToStandardErrorAndToTheSystemLogByTheirSeverity) {
     return printed_by({}, [priority] {
       openlog("syslog", LOG_PERROR, LOG_USER);  // prints what goes to the log
       setlogmask(LOG_MASK(priority));
-      raise(kCritical, "critical");
-      raise(kError, "error");
+      send(kCritical, "critical");
+      send(kError, "error");
     });
   };
   EXPECT_EQ(log_one_priority(LOG_CRIT),
@@ -48,10 +48,10 @@ TEST(Messages, GoToStandardErrorAndToTheSystemLogByTheirSeverity) {
 TEST(Messages, OfAKindAreRaisedTenTimesAndThenCounted) {
   const std::string printed = printed_by({}, [] {
     std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) threads.emplace_back([] { raise(kError, "flood", 25); });
+    for (int i = 0; i < 4; ++i) threads.emplace_back([] { send(kError, "flood", 25); });
     for (std::thread &thread : threads) thread.join();
-    raise(kError, "another kind", 1, &other_limit);
-    raise(kError, "no limit", 11, nullptr);
+    send(kError, "another kind", 1, &other_limit);
+    send(kError, "no limit", 11, nullptr);
   });
   EXPECT_EQ(printed, kTenFloods + "HOST KIND: another kind (16)\n" +
                          repeated("HOST KIND: no limit (16)\n", 11) +
@@ -60,20 +60,20 @@ TEST(Messages, OfAKindAreRaisedTenTimesAndThenCounted) {
 
 TEST(Messages, AreRaisedAgainAfterTenSeconds) {
   const std::string printed = printed_by({}, [] {
-    raise(kError, "flood", 15);
+    send(kError, "flood", 15);
     sleep(11);
-    raise(kError, "flood", 11);
+    send(kError, "flood", 11);
   });
   EXPECT_EQ(printed, kTenFloods + "HOST KIND: 5 more were left out\n" + kTenFloods +
                          "System messages: 1 more were left out\n");
 }
 
 // The message before a critical one may be the reason.
-TEST(Messages, ThatAreCriticalComeAfterTheLatestThatWasLeftOut) {
+TEST(Messages, ThatAreCriticalBringTheLastOneLeftOut) {
   const std::string printed = printed_by({}, [] {
-    raise(kError, "flood", 15);
-    raise(kError, "reason");
-    raise(kCritical, "end");
+    send(kError, "flood", 15);
+    send(kError, "reason");
+    send(kCritical, "end");
   });
   EXPECT_EQ(printed, kTenFloods +
                          "System messages: 5 more were left out\n"

@@ -20,7 +20,7 @@
 namespace {
 
 // The host's own lock: a semaphore, since calls on mutexes are made to fail here.  The wait for it
-// is no cancellation point, because the library's calls into the host are none.
+// is no cancellation point, because the library's calls into the host are not.
 class HostLock {
  public:
   HostLock() { sem_init(&free_, 0, 1); }
@@ -201,17 +201,19 @@ void tty_trace(tty_trace_category *category, int level, int flags, uintptr_t reg
   va_start(args, format);
   const std::string text = format_words(format, args);
   va_end(args);
-  const bool sound = level == 5 && flags == 0 && registration == kRegistration && line > 0 &&
-                     (kind != 2 || leaves(routine, text));
+  const bool left = kind != 2 || leaves(routine, text);
+  const bool sound = left && level == 5 && flags == 0 && registration == kRegistration && line > 0;
   if (kind == 1) routines.emplace_back(routine);
   const std::string speaker = std::string(category->name) + " " + routine;
   const Guard guard(records().lock);
   records().trace_sound = records().trace_sound && sound;
   if (kind == 2 && sound) return;
-  if (records().trace_once && !records().traced.insert({routine, format}).second) return;
+  const bool first = records().traced.insert({routine, format}).second;
+  if (records().trace_once && !first) return;
   if (records().speaker != speaker) records().log.push_back(speaker);
   records().speaker = speaker;
-  records().log.push_back(std::string(1, ".><"[kind]) + " " + text);
+  const char *const marks[] = {". ", "> ", "< "};
+  records().log.push_back(marks[kind] + text);
 }
 
 void tty_ltrace_assert(const char *routine, int, const char *expression) {
@@ -362,7 +364,7 @@ const char *__tsan_default_options() {
 
 void *__real_calloc(size_t count, size_t size);
 void *__wrap_calloc(size_t count, size_t size) {
-  if (count != 1 && size != sizeof(void *)) abort();  // only slots come in numbers
+  if (count != 1 && size != sizeof(void *)) abort();  // only arrays of slots have several elements
   return fails("calloc") ? nullptr : track(__real_calloc(count, size));
 }
 

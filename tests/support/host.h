@@ -53,7 +53,7 @@ std::string end_failing();
 // error.
 void announce_to_stderr();
 
-// How many calls of a function were not made to fail.
+// How many calls of a function were passed on.
 long calls(const std::string &function);
 
 // Allocations of the library that are not freed yet.

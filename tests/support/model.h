@@ -121,6 +121,7 @@ class Model {
   void erase_lines(Range range) {
     for (uint32_t id = range.first; id < range.end; ++id) lines().erase(id);
   }
+  uint32_t any_key() { return below(6) - 1; }  // 0 to 4, or the largest
   std::string any_tag() { return one_in(2) ? "" : "tag" + std::to_string(below(4)); }
   static const char *tag_argument(const std::string &tag) {
     return tag.empty() ? nullptr : tag.c_str();
@@ -128,7 +129,7 @@ class Model {
 
   // At times makes a call fail that the next operation makes: one whose failure does not end the
   // process.
-  void disturb() {
+  void maybe_fail_a_call() {
     static const char *const calls[] = {"calloc", "strdup", "pthread_rwlock_trywrlock",
                                         "pthread_mutex_init", "pthread_mutex_trylock"};
     if (!one_in(5)) return;
@@ -166,7 +167,7 @@ class Model {
     if (block == nullptr && !automatic_) expected = "NO_BLOCK";
     if (lines().count(id_) != 0) expected = "TTY_EXISTS";
     tty_db_tty_type *tty = nullptr;
-    disturb();
+    maybe_fail_a_call();
     const uint32_t rc = tty_db_tty_register(db_, category_, id_, sizeof(Entry) + below(100), &tty);
     if (!took_effect(rc, expected)) {
       EXPECT_EQ(tty, nullptr);
@@ -187,7 +188,7 @@ class Model {
     if (block == nullptr) expected = "NO_BLOCK";
     tty_db_tty_type *held = nullptr;
     if (one_in(3)) tty_db_tty_retrieve(db_, category_, id_, &held);
-    disturb();
+    maybe_fail_a_call();
     if (!took_effect(tty_db_tty_deregister(db_, category_, id_), expected)) {
       if (held != nullptr) tty_db_tty_unlock(db_, held);
       return;
@@ -209,9 +210,9 @@ class Model {
     tty_db_tty_type *tty = retrieve();
     if (tty == nullptr) return;
     auto &items = lines()[id_].items;
-    const uint32_t key = below(6) - 1;
+    const uint32_t key = any_key();
     void *data = nullptr;
-    disturb();
+    maybe_fail_a_call();
     const uint32_t rc = tty_db_item_create(tty, key, 1 + below(50), &data);
     if (took_effect(rc, items.count(key) != 0 ? "ITEM_EXISTS" : "OK")) {
       char *bytes = static_cast<char *>(data);
@@ -230,7 +231,7 @@ class Model {
     tty_db_tty_type *tty = retrieve();
     if (tty == nullptr) return;
     auto &items = lines()[id_].items;
-    const uint32_t key = below(6) - 1;
+    const uint32_t key = any_key();
     const bool known = items.erase(key) != 0;
     tty_db_item_type *newest = tty->item_list_head;
     const bool frees_newest = known && newest->key == key;
@@ -249,7 +250,7 @@ class Model {
     if (range.end > TTY_PORT_MAX + 1) expected = "INVALID_ARG";
     std::string tag = any_tag();
     tty_db_block_type *handle = nullptr;
-    disturb();
+    maybe_fail_a_call();
     const uint32_t rc =
         tty_db_block_reserve(db_, category_, id_, count, tag_argument(tag), id_, &handle);
     if (took_effect(rc, expected)) add_block({range, tag, handle});

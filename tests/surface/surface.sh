@@ -58,7 +58,7 @@ check_headers() {
 check_readme() {
   block() { sed -n "/^\`\`\`$1\$/,/^\`\`\`\$/{/^\`\`\`/!p}" "$root/README.md"; }
   diff <(block c) "$root/examples/first.c"
-  [[ $(<"$root/examples/cplusplus.cpp") == *"$(block cpp)"* ]]
+  [[ $(block cpp) && $(<"$root/examples/cplusplus.cpp") == *"$(block cpp)"* ]]
 }
 
 # Programs find and use an installed copy.
