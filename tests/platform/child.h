@@ -46,8 +46,7 @@ inline std::string printed_by(const Variables &variables, const std::function<vo
   close(pipe_ends[0]);
   int status = 0;
   waitpid(child, &status, 0);
-  if (WIFSIGNALED(status)) return printed + "killed by signal " + std::to_string(WTERMSIG(status));
-  if (status != 0) return printed + "exit status " + std::to_string(WEXITSTATUS(status));
+  if (status != 0) printed += "wait status " + std::to_string(status);
   return printed;
 }
 
