@@ -41,7 +41,7 @@ html_sidebars = {
 }
 
 man_pages = [
-    ("reference/ttydb", "ttydb", "registry of the terminal lines of a process", "", 3),
+    ("reference/ttydb", "ttydb", "database of the terminal lines of a process", "", 3),
     ("reference/databases", "tty_db_create", "databases of terminal lines", "", 3),
     ("reference/blocks", "tty_db_block_reserve", "blocks of ids of terminal lines", "", 3),
     ("reference/lines", "tty_db_tty_register", "terminal lines and their entries", "", 3),

@@ -1,9 +1,10 @@
 /**
  * @file
- * A registry of terminal lines (TTYs) in the memory of one process.
+ * Databases of terminal lines (TTYs) in the memory of one process.
  *
  * A process can create any number of databases.  In a database, a line has a category (0 to 5) and
- * an id (0 to 10000).  The ids of a category are grouped into blocks: contiguous ranges that never
+ * an id (0 to 10000).  The library does not use the device: a line is only these numbers to it.  The
+ * ids of a category are grouped into blocks: contiguous ranges that never
  * overlap.  With manual block management, the default, the caller reserves, resizes and releases
  * blocks.  With TTY_DB_OPT_AUTO_BLOCKS the library creates and frees blocks of ten ids as needed.
  *
@@ -25,12 +26,12 @@
  *
  * @par Waiting for the holder of an entry
  * A retrieval waits for the thread that holds the entry, and keeps the read lock meanwhile.  Until
- * it has the entry, every operation that writes fails, even if the holder calls it.  So hold an
- * entry only briefly, and retry a write that failed.
+ * it has the entry, no thread can take the write lock, the holder included.  Hold an entry only
+ * briefly, and unlock it before retrying a write.
  * Deregistering a line waits for the thread that holds its entry, and keeps the write lock
- * meanwhile: every operation that takes the database lock waits or fails.  So a thread that holds
- * an entry must not call such an operation, unless no other thread can be deregistering that line.
- * Otherwise the two threads can wait for each other forever.
+ * meanwhile: an operation that reads waits for it, one that writes fails.  So a holder may call an
+ * operation that takes the read lock only if no other thread can deregister that line: otherwise
+ * the two threads can wait for each other forever.  A holder may deregister its own line.
  *
  * @par Threads that end
  * If a thread ends while it holds an entry, the entry stays held: retrieving it or deregistering
@@ -46,7 +47,7 @@
  * at the fork, no other thread was in a call on it and no thread held one of its entries.
  *
  * @par Fatal errors
- * If a lock cannot be released, the library raises a system message and ends the process.
+ * A failed assertion, or a lock that cannot be released, aborts the process.
  */
 #ifndef TTY_DB_H
 #define TTY_DB_H
@@ -98,13 +99,14 @@ extern "C" {
  */
 #define TTY_DB_OPT_LOCK_ENTRIES 0x1u            /**< registration and retrieval lock the entry */
 #define TTY_DB_OPT_AUTO_BLOCKS 0x2u             /**< the library creates and frees blocks */
-#define TTY_DB_OPT_ALL 0x3u                     /**< both options */
+#define TTY_DB_OPT_ALL 0x3u                     /**< both options: start with these */
 #define TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG 0x1u /**< fail rather than deregister lines */
 /**@}*/
 
 /**
  * @defgroup results Result codes
- * qerr_strerror() returns the text of a code; in C++, std::error_code::message() does.
+ * qerr_strerror() of tty_platform.h returns the text of a code (link ttyplatform too); in C++,
+ * std::error_code::message() does.
  * @{
  */
 #define TTY_DB_ERR_NO_MEMORY 0xc2580200u       /**< out of memory */
@@ -138,7 +140,7 @@ typedef struct tty_db_item_type tty_db_item_type;         /**< the node of an it
  */
 typedef struct tty_db_tty_type {
   pthread_mutex_t lock;             /**< the entry lock; release it with tty_db_tty_unlock() */
-  pthread_t lock_owner;             /**< latest holder, or 0xFFFFFFFF for none; diagnostic */
+  pthread_t lock_owner;             /**< the holder, or 0xFFFFFFFF for none; diagnostic */
   tty_db_item_type *item_list_head; /**< the newest item */
 } tty_db_tty_type;
 
@@ -171,9 +173,9 @@ TTY_DB_API uint32_t tty_db_create(uint32_t options, tty_db_type **db_h);
 
 /**
  * Destroys a database with all its blocks, lines and items.
- * Takes the write lock, and waits for the holder of each entry.  During the call and afterwards no
- * other thread may use the database, except to unlock an entry.  On success every pointer into the
- * database is invalid.  Its iterators must still be ended.
+ * Takes the write lock, and waits for the holder of each entry.  During the call other threads may
+ * only unlock entries.  On success every pointer into the database is invalid.  Its iterators must
+ * still be ended.
  * @param db_h the database
  * @return 0, TTY_DB_ERR_INVALID_ARG or TTY_DB_ERR_LOCK_FAILED.
  */
@@ -219,8 +221,7 @@ TTY_DB_API uint32_t tty_db_block_reserve(tty_db_type *db_h, uint32_t category, u
  * Releases a block and deregisters its lines.
  * Takes the write lock, and waits for the holder of each entry.  Frees the block on success.
  * @param db_h the database
- * @param block_h a block of this database; only NULL is detected.  For a block of another database
- *   the result means nothing.
+ * @param block_h a block of this database; only NULL is detected
  * @param options 0, or TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG to fail if the block has lines
  * @return 0, TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_WRONG_MODE, TTY_DB_ERR_LOCK_FAILED or
  *   TTY_DB_ERR_TTYS_REGISTERED.
@@ -230,8 +231,8 @@ TTY_DB_API uint32_t tty_db_block_release(tty_db_type *db_h, tty_db_block_type *b
 
 /**
  * Gives a block a new range of ids in its category: grows, shrinks or moves it.
- * Deregisters the lines whose ids are not in the new range.  The other lines, the handle, the tag
- * and ctx stay.  Takes the write lock, and waits for the holder of each entry that it deregisters.
+ * Deregisters the lines whose ids are not in the new range.  The other lines stay registered, and
+ * pointers to their entries valid; holders still hold them.  The handle, the tag and ctx stay.  Takes the write lock, and waits for the holder of each entry that it deregisters.
  * @param db_h the database
  * @param block_h a block of this database; only NULL is detected
  * @param first_tty the lowest id, 0 to TTY_PORT_MAX
@@ -300,8 +301,7 @@ TTY_DB_API uint32_t tty_db_block_details_from_tag(tty_db_type *db_h, const char 
  * @param entry_size size of the caller's record in bytes, at least sizeof(tty_db_tty_type)
  * @param[out] tty the entry, filled with zeros after its head; NULL on failure
  * @return 0, TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_LOCK_FAILED, TTY_DB_ERR_NO_BLOCK (manual block
- *   management), TTY_DB_ERR_TTY_EXISTS, TTY_DB_ERR_NO_MEMORY, TTY_DB_ERR_LOCK_INIT, or
- *   TTY_DB_ERR_OVERLAP (a block from tty_db_block_reserve_internal() overlaps the automatic one).
+ *   management), TTY_DB_ERR_TTY_EXISTS, TTY_DB_ERR_NO_MEMORY or TTY_DB_ERR_LOCK_INIT.
  */
 TTY_DB_API uint32_t tty_db_tty_register(tty_db_type *db_h, uint32_t category, uint32_t tty_id,
                                         size_t entry_size, tty_db_tty_type **tty);
@@ -315,15 +315,15 @@ TTY_DB_API uint32_t tty_db_tty_register(tty_db_type *db_h, uint32_t category, ui
  * @param category 0 to TTY_CATEGORY_MAX
  * @param tty_id 0 to TTY_PORT_MAX
  * @return 0, TTY_DB_ERR_INVALID_ARG, TTY_DB_ERR_LOCK_FAILED, TTY_DB_ERR_NO_BLOCK if no block
- *   contains the id, or TTY_DB_ERR_NOT_REGISTERED if one does.
+ *   contains the id, or TTY_DB_ERR_NOT_REGISTERED if a block does but the line is not registered.
  */
 TTY_DB_API uint32_t tty_db_tty_deregister(tty_db_type *db_h, uint32_t category, uint32_t tty_id);
 
 /**
  * Gets the entry of a registered line.
- * Takes the read lock.  With TTY_DB_OPT_LOCK_ENTRIES it waits for the holder of the entry; on
- * return the calling thread holds the entry, must unlock it once with tty_db_tty_unlock(), and must
- * not use it afterwards.  Without that option another thread can deregister the line at any time.
+ * Takes the read lock.  With TTY_DB_OPT_LOCK_ENTRIES it waits for the holder of the entry, without
+ * limit; on success the calling thread holds the entry, must unlock it once with
+ * tty_db_tty_unlock(), and must not use it afterwards.  Without that option another thread can deregister the line at any time.
  * @param db_h the database
  * @param category 0 to TTY_CATEGORY_MAX
  * @param tty_id 0 to TTY_PORT_MAX
@@ -339,7 +339,7 @@ TTY_DB_API uint32_t tty_db_tty_retrieve(tty_db_type *db_h, uint32_t category, ui
  * Unlocks an entry that registration or retrieval locked.
  * Takes no lock and never waits.  Without TTY_DB_OPT_LOCK_ENTRIES it does nothing.
  * @param db_h the database
- * @param tty the entry, held by the calling thread; else an assertion fails or the process ends
+ * @param tty the entry; if the calling thread does not hold it, the process aborts
  * @return 0 or TTY_DB_ERR_INVALID_ARG.
  */
 TTY_DB_API uint32_t tty_db_tty_unlock(tty_db_type *db_h, tty_db_tty_type *tty);
@@ -348,7 +348,8 @@ TTY_DB_API uint32_t tty_db_tty_unlock(tty_db_type *db_h, tty_db_tty_type *tty);
 
 /**
  * @defgroup items Items
- * The caller must hold the entry; the library takes no lock.
+ * The library takes no lock: the caller must hold the entry.  Without TTY_DB_OPT_LOCK_ENTRIES, no
+ * other thread may use the entry or deregister the line meanwhile.
  * @{
  */
 
@@ -430,8 +431,8 @@ TTY_DB_API uint32_t tty_db_iterate_end(tty_db_iterator_type *iterator_h);
 
 /**
  * @defgroup internal Internals
- * The routines that the operations call.  A program cannot call them, because they require the
- * database lock, which it cannot take.
+ * The routines that the operations call.  They are exported, but a program must not call them: most
+ * require the database lock, which a program cannot take.
  * REQUIRES, unless described otherwise: arguments as for the operations, and the write lock; for
  * the lookups and the iterator the read lock is enough.
  * Most requirements are asserted.  If the report of a failed assertion returns and the routine

@@ -1,6 +1,6 @@
 /**
  * @file
- * The C++17 interface to the registry of terminal lines: owning handles, typed entries and items,
+ * The C++17 interface to the database of terminal lines: owning handles, typed entries and items,
  * and ranges of lines.  Header only.  It calls the operations of tty_db.h, which describes their
  * locks, waits and results.
  *

@@ -8,7 +8,7 @@
 #undef NDEBUG  // the assertion below is in every build type
 #include <assert.h>
 
-static_assert(sizeof(time_t) == 8, "the clock is read after 2038, too");
+static_assert(sizeof(time_t) == 8, "time_t must represent times after 2038");
 
 int tty_db_rwlock_trywrlock(pthread_rwlock_t *rwlock) {
   const int error = pthread_rwlock_trywrlock(rwlock);

@@ -17,9 +17,9 @@ struct Registration {
   bool lock_initialized = false;
 };
 
-// Reserves the automatic block for an id: TTY_DB_AUTO_BLOCK_SIZE ids from a multiple of that, or
-// only TTY_PORT_MAX.  Returns the results of tty_db_block_reserve_internal, which rejects larger
-// ids.
+// Reserves the automatic block for an id: TTY_DB_AUTO_BLOCK_SIZE ids, the first one a multiple of
+// that number.  The block of TTY_PORT_MAX contains only that id.  Returns the result of
+// tty_db_block_reserve_internal, which rejects a larger id.
 uint32_t reserve_automatic_block(tty_db_speaker op, tty_db_type *db_h, uint32_t category,
                                  uint32_t tty_id, tty_db_block_type **block)
     TTY_DB_REQUIRES_WRITE(db_h) {
@@ -64,8 +64,8 @@ uint32_t allocate_entry(tty_db_speaker op, size_t entry_size, tty_db_tty_type **
   return 0;
 }
 
-// The steps that can fail: finds or reserves the block, creates the entry and locks it.  After a
-// failure, undo takes `*made`.  Returns the results of tty_db_tty_register.
+// The steps that can fail: finds or reserves the block, creates the entry and locks it.
+// `*made` lists what was created, for undo after a failure.  Returns the result of the registration.
 uint32_t build(tty_db_speaker op, tty_db_type *db_h, uint32_t category, uint32_t tty_id,
                size_t entry_size, Registration *made) TTY_DB_REQUIRES_WRITE(db_h) {
   uint32_t rc = find_or_reserve_block(op, db_h, category, tty_id, made);
