@@ -3,10 +3,10 @@
  * Databases of terminal lines (TTYs) in the memory of one process.
  *
  * A process can create any number of databases.  In a database, a line has a category (0 to 5) and
- * an id (0 to 10000).  The library does not use the device: a line is only these numbers to it.  The
- * ids of a category are grouped into blocks: contiguous ranges that never
- * overlap.  With manual block management, the default, the caller reserves, resizes and releases
- * blocks.  With TTY_DB_OPT_AUTO_BLOCKS the library creates and frees blocks of ten ids as needed.
+ * an id (0 to 10000); the library touches no device.  The ids of a category are grouped into
+ * blocks: contiguous ranges that never overlap.  With manual block management, the default, the
+ * caller reserves, resizes and releases blocks.  With TTY_DB_OPT_AUTO_BLOCKS the library creates
+ * and frees blocks of ten ids as needed.
  *
  * Every registered line has an entry.  It begins with a tty_db_tty_type; the rest belongs to the
  * caller, who chooses its size and can attach items to it, each under a key.  An iterator walks the
@@ -30,8 +30,9 @@
  * briefly, and unlock it before retrying a write.
  * Deregistering a line waits for the thread that holds its entry, and keeps the write lock
  * meanwhile: an operation that reads waits for it, one that writes fails.  So a holder may call an
- * operation that takes the read lock only if no other thread can deregister that line: otherwise
- * the two threads can wait for each other forever.  A holder may deregister its own line.
+ * operation that reads, or that deregisters lines of another database, only if no other thread can
+ * deregister that line.  Otherwise the two threads can wait for each other forever.  A holder may
+ * deregister its own line.
  *
  * @par Threads that end
  * If a thread ends while it holds an entry, the entry stays held: retrieving it or deregistering
@@ -105,7 +106,7 @@ extern "C" {
 
 /**
  * @defgroup results Result codes
- * qerr_strerror() of tty_platform.h returns the text of a code (link ttyplatform too); in C++,
+ * qerr_strerror() of `tty_platform.h` returns the text of a code (link ttyplatform too); in C++,
  * std::error_code::message() does.
  * @{
  */
@@ -232,7 +233,8 @@ TTY_DB_API uint32_t tty_db_block_release(tty_db_type *db_h, tty_db_block_type *b
 /**
  * Gives a block a new range of ids in its category: grows, shrinks or moves it.
  * Deregisters the lines whose ids are not in the new range.  The other lines stay registered, and
- * pointers to their entries valid; holders still hold them.  The handle, the tag and ctx stay.  Takes the write lock, and waits for the holder of each entry that it deregisters.
+ * pointers to their entries stay valid, and holders still hold them.  The handle, the tag and ctx
+ * stay.  Takes the write lock, and waits for the holder of each entry that it deregisters.
  * @param db_h the database
  * @param block_h a block of this database; only NULL is detected
  * @param first_tty the lowest id, 0 to TTY_PORT_MAX
@@ -323,7 +325,8 @@ TTY_DB_API uint32_t tty_db_tty_deregister(tty_db_type *db_h, uint32_t category, 
  * Gets the entry of a registered line.
  * Takes the read lock.  With TTY_DB_OPT_LOCK_ENTRIES it waits for the holder of the entry, without
  * limit; on success the calling thread holds the entry, must unlock it once with
- * tty_db_tty_unlock(), and must not use it afterwards.  Without that option another thread can deregister the line at any time.
+ * tty_db_tty_unlock(), and must not use it afterwards.  Without that option another thread can
+ * deregister the line at any time.
  * @param db_h the database
  * @param category 0 to TTY_CATEGORY_MAX
  * @param tty_id 0 to TTY_PORT_MAX
