@@ -106,8 +106,8 @@ extern "C" {
 
 /**
  * @defgroup results Result codes
- * qerr_strerror() of `tty_platform.h` returns the text of a code (link ttyplatform too); in C++,
- * std::error_code::message() does.
+ * qerr_strerror() of libttyplatform returns the text of a code; in C++, std::error_code::message()
+ * does.
  * @{
  */
 #define TTY_DB_ERR_NO_MEMORY 0xc2580200u       /**< out of memory */
