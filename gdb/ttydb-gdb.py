@@ -1,6 +1,7 @@
 """GDB printers for the records of libttydb, and the command `info ttydb`.
 
-If memory is broken, a printer shows what it can read and says what it cannot. It never fails.
+If a record is corrupt, a printer shows the parts that it can read, and an error instead of the
+others. It never fails.
 """
 
 import gdb
@@ -305,7 +306,7 @@ With a database, such as `db_h` or `*db_h`, name the lines of its entries, and s
             database = gdb.parse_and_eval(argument)
             database["block_lists"]
         except gdb.error as error:
-            raise gdb.GdbError("%s is no database: %s %s" % (argument, error, HINT))
+            raise gdb.GdbError("%s is not a database: %s %s" % (argument, error, HINT))
         return database
 
     @staticmethod

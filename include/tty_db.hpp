@@ -16,15 +16,15 @@
  *     db.deregister_line(1, 80, ec);                    // ec == ttydb::errc::no_block
  *
  * Every operation that can fail has two forms, like those of std::filesystem: with a
- * std::error_code as its last argument it is noexcept and reports there; without one it throws
- * std::system_error.  A parameter pack `ec` stands for both.  In code compiled without exceptions
- * the second form ends the process instead of throwing.
+ * std::error_code as its last argument it is noexcept and stores the error there; without one it
+ * throws std::system_error.  In code compiled without exceptions the second form ends the process
+ * instead of throwing.
  *
  * A line is named by a position, or by its category and id as two arguments.
  *
  * A handle that was moved from, or returned by a failed operation, is empty.  It owns nothing, and
- * an operation on it gives errc::invalid_argument, with two exceptions: an empty range has no
- * lines, and find() on an empty entry returns null.
+ * an operation on it fails with errc::invalid_argument.  There are two exceptions: an empty range
+ * has no lines, and find() on an empty entry returns null.
  */
 #ifndef TTY_DB_HPP
 #define TTY_DB_HPP
@@ -50,8 +50,8 @@ namespace ttydb {
 /**
  * The result codes.
  *
- * Compare a std::error_code with an errc, not its value() with a number: value() is an int, in
- * which most codes are negative.
+ * Compare a std::error_code with an errc, not its value() with a number: value() is an int, and
+ * most codes are negative there.
  */
 enum class errc : std::uint32_t {
   no_memory = TTY_DB_ERR_NO_MEMORY,             /**< #TTY_DB_ERR_NO_MEMORY */
@@ -152,7 +152,8 @@ inline std::error_code make_error_code(errc code) noexcept {
 
 namespace detail {
 
-/* Whether an operation with these last arguments reports instead of throwing. */
+/* An operation takes its last argument as a parameter pack, which is empty or one std::error_code.
+   Returns whether it has the error code: then it does not throw. */
 template <class... Ec>
 inline constexpr bool reports = sizeof...(Ec) == 1;
 
@@ -191,21 +192,25 @@ template <class Record>
 struct begins_with_head<Record, std::void_t<decltype(Record{std::declval<tty_db_tty_type>()})>>
     : std::true_type {};
 
-/* The library creates an entry with calloc and destroys it with free. */
+/* The library allocates a record with calloc and releases it with free. */
 template <class Record>
 constexpr void assert_record() noexcept {
-  static_assert(std::is_standard_layout_v<Record>, "an entry must have standard layout");
-  static_assert(std::is_trivially_default_constructible_v<Record>, "an entry is not constructed");
-  static_assert(std::is_trivially_destructible_v<Record>, "an entry is not destroyed, but freed");
-  static_assert(alignof(Record) <= alignof(std::max_align_t), "an entry is aligned as by malloc");
+  static_assert(std::is_standard_layout_v<Record>, "a record must have standard layout");
+  static_assert(std::is_trivially_default_constructible_v<Record>,
+                "a record must be trivially default constructible");
+  static_assert(std::is_trivially_destructible_v<Record>,
+                "a record must be trivially destructible");
+  static_assert(alignof(Record) <= alignof(std::max_align_t),
+                "a record must not need more alignment than malloc gives");
   static_assert(sizeof(Record) >= sizeof(tty_db_tty_type) && begins_with_head<Record>::value,
-                "an entry must begin with a tty_db_tty_type");
+                "a record must begin with a tty_db_tty_type");
 }
 
 template <class T>
 constexpr void assert_item() noexcept {
-  static_assert(std::is_trivial_v<T>, "an item is neither constructed nor destroyed");
-  static_assert(alignof(T) <= alignof(std::max_align_t), "an item is aligned as by malloc");
+  static_assert(std::is_trivial_v<T>, "an item must be of a trivial type");
+  static_assert(alignof(T) <= alignof(std::max_align_t),
+                "an item must not need more alignment than malloc gives");
 }
 
 /* The deleters of the owning handles. */
@@ -233,7 +238,7 @@ constexpr options operator|(options left, options right) noexcept {
   return static_cast<options>(static_cast<std::uint32_t>(left) | static_cast<std::uint32_t>(right));
 }
 
-/** Whether a block that loses ids deregisters the lines there. */
+/** Whether a block that loses ids deregisters the lines with these ids. */
 enum class implicit_dereg : std::uint32_t {
   allow = 0,                                   /**< the lines are deregistered */
   refuse = TTY_DB_BLOCK_OPT_NO_IMPLICIT_DEREG, /**< if there are any lines, the operation fails */
@@ -277,7 +282,7 @@ using block_details = tty_db_block_details_type;
  * In a database with options::lock_entries the guard must be destroyed in the thread that obtained
  * it.  It must not outlive the database.
  *
- * @tparam Record  an aggregate with a tty_db_tty_type as its first member: the record that the line
+ * @tparam Record  an aggregate with a tty_db_tty_type as its first member: the type that the line
  *                 was registered with, or a prefix of it
  */
 template <class Record>
@@ -339,7 +344,7 @@ class entry {
   }
 
   /**
-   * Gets an item by its key.  T must be the type that the item was created with: this is not
+   * Gets an item by its key.  T must be the type that the item was created with, which is not
    * checked.  Fails as tty_db_item_get().
    * @return the item, or the first element of an array; with an error code, null on failure
    */
@@ -414,7 +419,7 @@ class block {
   }
 
   /**
-   * Releases the block.  On success this is empty, and its copies are invalid.
+   * Releases the block.  On success this reference is empty, and its copies are invalid.
    * Fails as tty_db_block_release().
    */
   template <class... Ec>
@@ -498,7 +503,7 @@ class line_range {
   /** An empty range. */
   line_range() noexcept = default;
   /**
-   * Failures of this and of every advance are reported to an error code, which must outlive the
+   * The error code receives the failures of this and of every advance, and must outlive the
    * range.  Fails as tty_db_iterate_start().
    */
   template <class... Ec>
@@ -545,16 +550,16 @@ class database {
     db_.reset(db_h);
   }
 
-  /** Whether this owns a database. */
+  /** Whether this handle owns a database. */
   explicit operator bool() const noexcept { return db_ != nullptr; }
-  /** The database, for C operations; this keeps ownership. */
+  /** The database, for C operations; the handle keeps ownership. */
   tty_db_type* native_handle() const noexcept { return db_.get(); }
   /** Gives up ownership; the caller must destroy the database. */
   tty_db_type* release() noexcept { return db_.release(); }
 
   /**
-   * Destroys the database now; on failure this still owns it.  If the destructor cannot take the
-   * database lock, it leaks the database.  Fails as tty_db_destroy().
+   * Destroys the database now; on failure the handle still owns it.  The destructor leaks the
+   * database if it cannot take the write lock.  Fails as tty_db_destroy().
    */
   template <class... Ec>
   void destroy(Ec&... ec) noexcept(detail::reports<Ec...>) {
@@ -591,7 +596,8 @@ class database {
   }
 
   /**
-   * Gets the entry of a registered line; an empty guard on failure.
+   * Gets the entry of a registered line; an empty guard on failure.  Record must be the type that
+   * the line was registered with, or a prefix of it, which is not checked.
    * Fails as tty_db_tty_retrieve().
    */
   template <class Record, class... Ec>
@@ -610,8 +616,8 @@ class database {
   }
 
   /**
-   * Deregisters the line of a guard that this thread holds, and empties the guard; on failure the
-   * guard still holds the entry.  Fails as tty_db_tty_deregister().
+   * Deregisters the line whose entry the guard holds.  On success the guard is empty; on failure it
+   * still holds the entry.  Fails as tty_db_tty_deregister().
    */
   template <class Record, class... Ec>
   void deregister_line(entry<Record>&& held, Ec&... ec) noexcept(detail::reports<Ec...>) {
@@ -622,8 +628,8 @@ class database {
     if (detail::check(result, "tty_db_tty_deregister", ec...)) held.release();
   }
   /**
-   * Deregisters a line.  A thread that has a guard of its entry must pass the guard instead: the
-   * guard would otherwise unlock a freed entry.  Fails as tty_db_tty_deregister().
+   * Deregisters a line.  A thread that has a guard of its entry must pass the guard instead, which
+   * would otherwise unlock a freed entry.  Fails as tty_db_tty_deregister().
    */
   template <class... Ec>
   void deregister_line(position at, Ec&... ec) noexcept(detail::reports<Ec...>) {
@@ -679,8 +685,8 @@ class database {
   }
 
   /**
-   * Copies the details of the first block with a tag, or without one for null; all zeros on
-   * failure.  Fails as tty_db_block_details_from_tag().
+   * Copies the details of the first block with this tag or, for null, of the first block without
+   * a tag; all zeros on failure.  Fails as tty_db_block_details_from_tag().
    */
   template <class... Ec>
   block_details details_by_tag(const char* tag, Ec&... ec) const noexcept(detail::reports<Ec...>) {
