@@ -152,8 +152,8 @@ inline std::error_code make_error_code(errc code) noexcept {
 
 namespace detail {
 
-/* An operation takes its last argument as a parameter pack, which is empty or one std::error_code.
-   Returns whether it has the error code: then it does not throw. */
+/* An operation with two forms ends with a parameter pack `ec`, which is empty or one error code.
+   True with the error code: the operation reports instead of throwing. */
 template <class... Ec>
 inline constexpr bool reports = sizeof...(Ec) == 1;
 

@@ -33,7 +33,7 @@ constexpr std::array<KindType, kNumKinds> kKinds = {{{"console", 0},
                                                      {"bluetooth", 5},
                                                      {"other", 5}}};
 
-// Returns the kind of a line by its name below /dev and the type of its driver.  If the line's bus
+// Returns the kind of a line by its name under /dev and the type of its driver.  If the line's bus
 // is known, that decides instead.
 Kind classify(std::string_view name, std::string_view driver_type);
 

@@ -1,5 +1,6 @@
-// The blocks of a registry with manual block management.  Each is a run of ids of one driver,
-// tagged with the driver's name.  An id that becomes free within a run stays in its block.
+// The blocks of a registry with manual block management.  Each is a contiguous range of ids
+// of one driver, with the driver's name as its tag.  An id that becomes free within the range stays
+// in the block.
 #ifndef TTYDB_TOOLS_DRIVER_BLOCKS_H
 #define TTYDB_TOOLS_DRIVER_BLOCKS_H
 

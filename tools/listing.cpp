@@ -33,7 +33,7 @@ std::string time_of_day() {
   return text.data();
 }
 
-// Orders lines by position, then by what identifies them.  Their states do not count.
+// Orders lines by position, then by their lasting columns.  The other columns do not count.
 bool comes_before(const Row& left, const Row& right) {
   if (left.position != right.position) return left.position < right.position;
   for (const Column column : column_range(0, kLineColumns)) {
@@ -90,7 +90,7 @@ std::string Listing::next() {
   const std::vector<Row> before = shown_;
   try {
     follow(false);
-    // A change in a line's use is no event: the use is read only to print one.
+    // A change in a line's use is not an event.  So read the use only to print an event.
     if (need_use(event_columns()) && is_news(before, shown_)) follow(true);
   } catch (const std::exception& failure) {
     shown_ = before;
@@ -143,7 +143,7 @@ void Listing::follow(bool use) {
 }
 
 // Returns whether an argument is the name of a line, or a path to its device file, absolute or
-// below /dev.
+// relative to /dev.
 bool Listing::names(const std::string& device, const Row& row) const {
   if (device == row.cells[kName]) return true;
   if (device.empty()) return false;
@@ -189,7 +189,7 @@ std::vector<Column> Listing::event_columns() const {
   return with_chosen({kName, kKind, kDetail});
 }
 
-// Removes the default columns that say nothing about the lines shown.
+// Removes default columns that are empty for all lines shown, and ACCESS if it is always "rw".
 std::vector<Column> Listing::telling(std::vector<Column> columns) const {
   const auto says_nothing = [this](Column column) {
     const auto& chosen = options_.columns;
@@ -232,7 +232,7 @@ std::string Listing::lines() const {
   return table.text();
 }
 
-// The blocks with lines to show, which are their children.
+// The blocks that have lines to show, with these lines as their children.
 std::string Listing::blocks() const {
   Table table =
       make_table("blocks", telling(block_columns()), options_.list ? Shape::kList : Shape::kTree);

@@ -121,17 +121,18 @@ const char* const kUsage =
     R"(Usage: tty-lines [OPTION]... [LINE]...
 
 List the terminal lines of this machine, their hardware and their users. A LINE is a name
-(ttyUSB0) or a path (/dev/serial/by-id/...). The default is all lines that are not idle.
+(ttyUSB0) or a path (/dev/serial/by-id/...). By default, idle lines are not listed.
 
  -a, --all              list idle lines, too: serial ports without a UART, unused virtual
-                        consoles, and names that stand for other lines
+                        consoles, and special files (console, ptmx, tty, tty0)
  -k, --kind LIST        list only lines of these kinds, idle or not:
                         console, serial, usb, pty, virtual, bluetooth, other
      --category N       list only lines of category N, idle or not
-     --by-driver        make a block of each run of a driver's ids, and print a tree
+     --by-driver        group lines into blocks, one for each contiguous range of a driver's
+                        ids, and print a tree
  -l, --list             with --by-driver: print a list, not a tree
 
- -o, --output LIST      print these columns; +LIST: after the default ones
+ -o, --output LIST      print these columns; +LIST adds them to the default ones
  -O, --output-all       print all columns
  -x, --sort COLUMN      sort by a column, numbers in numeric order
  -p, --paths            print full paths in the column NAME

@@ -82,9 +82,9 @@ std::vector<ttydb::block_details> Registry::blocks() const {
 }
 
 void Registry::remove_gone(const std::vector<ScannedLine>& scanned) {
-  for (auto next = held_.begin(); next != held_.end();) {
-    const auto held = next++;
-    const auto& [name, line] = *held;
+  for (auto next = registered_.begin(); next != registered_.end();) {
+    const auto known = next++;
+    const auto& [name, line] = *known;
     const auto found = std::lower_bound(
         scanned.begin(), scanned.end(), name,
         [](const ScannedLine& left, const std::string& right) { return left.name < right; });
@@ -95,7 +95,7 @@ void Registry::remove_gone(const std::vector<ScannedLine>& scanned) {
     db_.deregister_line(line.position);
     if (driver_blocks_) driver_blocks_->shrink(line.position);
     taken_.erase(line.position);
-    held_.erase(held);
+    registered_.erase(known);
   }
 }
 
@@ -119,8 +119,8 @@ std::optional<ttydb::position> Registry::choose_position(const ScannedLine& line
 void Registry::settle(const ScannedLine& line) {
   if (!line.device) return reject(line, "its device numbers cannot be read");
   Entry entry;
-  if (const auto held = held_.find(line.name); held != held_.end()) {
-    entry = db_.retrieve_line<LineRecord>(held->second.position);
+  if (const auto known = registered_.find(line.name); known != registered_.end()) {
+    entry = db_.retrieve_line<LineRecord>(known->second.position);
   } else {
     const std::pair key{line.category(), driver_key(line)};
     const auto at = full_.count(key) == 0 ? choose_position(line) : std::nullopt;
@@ -132,7 +132,7 @@ void Registry::settle(const ScannedLine& line) {
     entry = db_.register_line<LineRecord>(*at);
     entry->device = *line.device;
     line.name.copy(entry->name, sizeof entry->name - 1);
-    held_.emplace(line.name, Held{*at, *line.device, driver_key(line)});
+    registered_.emplace(line.name, Registered{*at, *line.device, driver_key(line)});
     taken_.insert(*at);
   }
   entry->idle = line.idle;

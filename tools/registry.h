@@ -1,7 +1,8 @@
 // Keeps a database in step with the machine: registers every line that a scan finds.
 //
 // The category of a line is that of its kind.  Its id is the number in its name or, if that is
-// taken, the lowest free id that is in no name of the category.  It keeps the id while it exists.
+// taken, the lowest free id that is not the number in another name of the category.  It keeps the
+// id while it exists.
 //
 // An entry has the line's name and device numbers.  Each other property is an item: a string whose
 // key is the column.
@@ -45,7 +46,7 @@ class Registry {
   std::vector<ttydb::block_details> blocks() const;
 
  private:
-  struct Held {
+  struct Registered {
     ttydb::position position;
     Device device;
     DriverKey driver;
@@ -58,8 +59,8 @@ class Registry {
 
   ttydb::database db_;
   std::optional<DriverBlocks> driver_blocks_;
-  std::map<std::string, Held> held_;  // registered lines by name
-  std::set<ttydb::position> taken_;   // their positions
+  std::map<std::string, Registered> registered_;  // by name
+  std::set<ttydb::position> taken_;               // their positions
   // Of the current scan:
   std::set<ttydb::position> wanted_;                    // those with the numbers in names
   std::set<std::pair<std::uint32_t, DriverKey>> full_;  // categories, for a driver

@@ -30,9 +30,9 @@
 namespace tty_lines {
 namespace {
 
-constexpr const char* kActiveConsole = "tty0";  // another name of it
+constexpr const char* kActiveConsole = "tty0";  // stands for the virtual console on the screen
 
-// The lines that are not devices of their own.
+// The special files, which are not lines of their own.
 constexpr std::pair<const char*, const char*> kPhrases[] = {
     {"console", "stands for the system console"},
     {"ptmx", "makes new pseudo-terminals"},
@@ -75,7 +75,7 @@ bool read_state(int directory, const std::string& name, dev_t device, Cells& cel
 std::string lock_holder(const Roots& roots, const std::string& name) {
   const std::string file = "/LCK.." + name;
   std::string text = read_line(AT_FDCWD, roots.lock + file);
-  // The two are different directories on some machines.
+  // On most machines /var/lock is a link to /run/lock, but not on all.
   if (text.empty() && roots.lock == Roots{}.lock) text = read_line(AT_FDCWD, "/var/lock" + file);
   const std::string pid = text.substr(0, text.find_first_of(" \t\r\n"));
   const bool lives = parse_number(pid) && access((roots.proc + '/' + pid).c_str(), F_OK) == 0;
@@ -111,7 +111,7 @@ class Scan {
     const auto add_kernel_line = [this](int directory, const std::string& name) {
       struct stat status = {};
       const auto device = parse_device(read_line(directory, name + "/dev"));
-      // Either the directory does not say its device, or it has vanished.
+      // A line whose directory has vanished is skipped; one that only has no numbers is kept.
       if (!device && fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return;
       ScannedLine line = identify(name, device);
       const std::string udev = roots_.udev + "/data/c" + (device ? text(*device) : "");
@@ -179,11 +179,11 @@ class Scan {
       if (found != users_.by_device.end()) user = &found->second;
     }
     if (user != nullptr) add_user(*user, line.cells);
-    bool stands_for_another = false;
+    bool is_special = false;
     for (const auto& [name, phrase] : kPhrases) {
       if (line.name != name) continue;
       line.cells[kDetail] = phrase;
-      stands_for_another = true;
+      is_special = true;
     }
     const bool active = active_names_.count(line.name) != 0;
     const bool is_console = line.kind == kVirtualConsole;
@@ -192,7 +192,7 @@ class Scan {
     line.cells[kLock] = lock_holder(roots_, line.name);
     if (line.device) nodes_.describe(line.name, *line.device, line.cells);
     const bool in_session = user != nullptr && user->in_session;
-    line.idle = has_no_uart || stands_for_another || (is_console && !active && !in_session);
+    line.idle = has_no_uart || is_special || (is_console && !active && !in_session);
     machine_.lines.push_back(std::move(line));
   }
 

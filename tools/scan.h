@@ -30,7 +30,7 @@ struct ScannedLine {
   std::string driver_path;       // distinguishes drivers with the same name
   Kind kind = kOther;
   std::optional<std::uint32_t> number;  // in the name
-  // A serial port without a UART, an unused virtual console, or a line that stands for another.
+  // A serial port without a UART, an unused virtual console, or a special file such as /dev/tty.
   bool idle = false;
   Cells cells;  // except the name, the device and the position
 

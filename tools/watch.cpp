@@ -24,8 +24,8 @@ using Clock = std::chrono::steady_clock;
 constexpr auto kSettled = std::chrono::milliseconds(100);   // the silence that ends a burst
 constexpr auto kPatience = std::chrono::milliseconds(300);  // a longer burst is split
 
-// Returns a socket that gets the kernel's news of devices, or -1 if there can be none.
-int hear_of_devices() {
+// Returns a socket that receives the kernel's uevents, or -1 on failure.
+int open_uevent_socket() {
   const int fd =
       socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_KOBJECT_UEVENT);
   sockaddr_nl from_kernel = {};
@@ -44,7 +44,7 @@ void set_handler(int signal_number, void (*handler)(int)) {
   sigaction(signal_number, &action, nullptr);
 }
 
-// Reads all messages.  Returns whether one of them, or a lost one, may concern terminal lines.
+// Reads all messages.  Returns whether one of them contains `mark`, or messages were lost.
 bool drain(const Descriptor& source, std::string_view mark) {
   bool news = false;
   std::array<char, 16384> buffer;
@@ -83,7 +83,7 @@ void end_on_signals() {
 }
 
 Watch::Watch(const Roots& roots)
-    : devices_(hear_of_devices()), directories_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
+    : devices_(open_uevent_socket()), directories_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
   constexpr std::uint32_t kComingAndGoing = IN_CREATE | IN_DELETE | IN_MOVE;
   for (const std::string& path : {roots.dev + "/pts", roots.sysfs + "/class/tty"}) {
     inotify_add_watch(directories_.get(), path.c_str(), kComingAndGoing);

@@ -16,14 +16,14 @@ bool write_output(std::string_view text);
 // Makes SIGINT and SIGTERM end the process at once, with success, and ignores SIGPIPE.
 void end_on_signals();
 
-// Gets the kernel's news of devices and of changes in the directories of lines.  Other changes need
+// Receives the kernel's uevents, and changes in the directories of lines.  Other changes need
 // regular scans.
 class Watch {
  public:
   explicit Watch(const Roots& roots);
 
-  // Waits until the time has passed or a burst of news has ended.  Returns false once the reader of
-  // standard output has gone.
+  // Waits until the time has passed or a burst of events has ended.  Returns false once the reader
+  // of standard output has gone.
   bool wait(std::chrono::nanoseconds most) const;
 
  private:
