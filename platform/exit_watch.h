@@ -1,10 +1,10 @@
-// Tells the exit of the process from the unload of a library.
+// Distinguishes the exit of the process from the unload of a library.
 
 #ifndef TTY_PLATFORM_EXIT_WATCH_H
 #define TTY_PLATFORM_EXIT_WATCH_H
 
-// Starts to watch for the exit of the process, unless the program is still being started.  Every
-// service that a library's constructor calls must call it.
+// Sets the exit handler if a library was opened after the start of the program.  Every service that
+// a library's constructor calls must call it.
 void tty_watch_for_exit();
 
 // Returns whether the library that contains the address `caller` is being unloaded; if not, the

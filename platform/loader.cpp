@@ -1,19 +1,21 @@
-// The loader query: does an unload run a library's destructor, or the exit of the process?
+// __in_dlclose: tells whether a library's destructor runs because dlclose unloads the library, or
+// because the process exits.
 //
-// An exit handler can tell if it runs before the destructors of the libraries.  A handler that is
-// set while the program runs does.  One that a constructor sets at program start runs too late. But
-// the program and the libraries that it was started with are never unloaded, so the handler is
-// needed only for libraries opened later.
+// An exit handler notes the exit.  It must run before the destructors of the libraries.  exit(3)
+// runs handlers and destructors in the reverse order of their registration, so a handler that is
+// set while the program runs is early enough.  One that a constructor sets at program start runs
+// too late.  But the program and the libraries that it was started with are never unloaded, so only
+// libraries that are opened later need the handler.
 //
-// The host may provide any of the services, so the handler must be set even if no service is
-// called.  If the stand-in is opened later, its constructor sets the handler.  If the program was
-// started with the stand-in, the end of the main thread sets it, because exit(3) runs the
-// thread-exit functions before the handlers.  Another thread may exit instead, so the services that
-// a library calls when it is loaded set the handler too.
+// The handler must be set even if no service of the stand-in is called, because the host may
+// provide any of them.  If the stand-in itself is opened later, its constructor sets the handler.
+// If the program was started with the stand-in, the end of the main thread sets it: exit(3) runs
+// the thread-exit functions of the calling thread before the handlers.  In case another thread
+// calls exit(3), the services that a library calls when it is loaded set the handler too.
 //
-// Known limits: the exit is mistaken for an unload if a thread other than main exits, and either a
-// constructor opened the library before main or the host provides all services that set the
-// handler.  An unload by an exit handler that was set before this one is mistaken for the exit.
+// Known limits: the exit is mistaken for an unload if a thread other than main calls exit(3), and
+// either a constructor opened the library before main or the host provides all services that set
+// the handler.  An unload by an exit handler that was set before this one is mistaken for the exit.
 
 #include <dlfcn.h>
 #include <link.h>
@@ -42,8 +44,8 @@ const char *base_name(const char *path) {
   return slash != nullptr ? slash + 1 : path;
 }
 
-// Returns the dynamic string table of a loaded object.  The loader may have relocated its address
-// already.
+// Returns the dynamic string table of a loaded object.  On some architectures the loader does not
+// relocate its address.
 const char *dynamic_strings(const link_map *object) {
   const ElfW(Dyn) *entry = object->l_ld;
   while (entry->d_tag != DT_STRTAB) ++entry;
@@ -58,13 +60,13 @@ const link_map *last_needed(const link_map *program, const link_map *object, con
   for (const ElfW(Dyn) *entry = object->l_ld; entry->d_tag != DT_NULL; ++entry) {
     if (entry->d_tag != DT_NEEDED) continue;
     const char *name = base_name(strings + entry->d_un.d_val);
-    bool behind_last = false;
+    bool after_last = false;
     for (const link_map *other = program; other != nullptr; other = other->l_next) {
       if (strcmp(base_name(other->l_name), name) == 0) {
-        if (behind_last) last = other;
+        if (after_last) last = other;
         break;
       }
-      if (other == last) behind_last = true;
+      if (other == last) after_last = true;
     }
   }
   return last;
@@ -72,7 +74,7 @@ const link_map *last_needed(const link_map *program, const link_map *object, con
 
 // Returns the last object that the program was started with.  The loader lists objects in load
 // order: the program, the libraries that it was started with, the libraries that were opened later.
-// So the start ends with the last object that any object of the start needs.
+// So the libraries of the start end with the last object that one of them, or the program, needs.
 const link_map *last_of_program_start(const link_map *program) {
   const link_map *last = program;
   for (const link_map *object = program;; object = object->l_next) {
@@ -109,7 +111,7 @@ bool part_of_program_start(const void *address) {
 
 void set_handler() { watching = atexit(note_exit) == 0; }
 
-// Sets a second handler if a constructor set the first one too early.
+// Sets a second handler, in case a constructor set the first one too early.
 void set_handler_at_thread_end(void * /*unused*/) { set_handler(); }
 
 __attribute__((constructor)) void watch_from_start() {

@@ -7,9 +7,9 @@
 #include <errno.h>
 #include <pthread.h>
 
-// The scope of a service call.  Preserves errno and disables cancellation, because the library
-// calls services with its locks held.  Sets the cancellation type too: a cancellation that arrives
-// while the state changes may check only the type.
+// The scope of a service call.  Preserves errno.  Disables cancellation, because the library calls
+// services with its locks held.  Also makes cancellation deferred: the C library may cancel a
+// thread that is just disabling cancellation if the type is asynchronous.
 class ServiceCall {
  public:
   ServiceCall() {

@@ -79,7 +79,7 @@ void open_output() {
     if (fd >= 0) close(fd);
     return;
   }
-  if (!S_ISFIFO(output.file.st_mode)) fcntl(fd, F_SETFL, O_APPEND);  // blocks
+  if (!S_ISFIFO(output.file.st_mode)) fcntl(fd, F_SETFL, O_APPEND);  // clears O_NONBLOCK
   output.fd = fd;
 }
 

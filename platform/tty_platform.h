@@ -2,9 +2,10 @@
  * @file
  * The services that the library calls.
  *
- * The host provides them.  libttyplatform stands in for a host that has none.  A host replaces that
- * library, or defines single functions in the program: the services are ordinary undefined symbols
- * of the library, and the first definition in the process is called.
+ * The host provides them: the program, which defines some or all of these functions, or a library
+ * of its own that is loaded in place of libttyplatform.  libttyplatform is the stand-in: it
+ * provides the services that the program does not define.  The library calls the first definition
+ * in the process.
  *
  * The library calls tty_debug_initialize(), tty_debug_cleanup(), qerr_register_dll() and
  * __in_dlclose() only when it is loaded or unloaded.  It calls the other services from any thread
@@ -29,7 +30,7 @@
 extern "C" {
 #endif
 
-/** A trace category of a client. */
+/** A trace category of a client.  A client is a library that traces; this library is "db". */
 typedef struct tty_trace_category {
   const char *client; /**< the name given to tty_debug_initialize() */
   const char *name;   /**< its own name */
@@ -45,10 +46,10 @@ typedef struct tty_trace_context {
 /**
  * Sets up tracing for a client.
  * @param name the client's name
- * @param registration the second word of the registration slot
+ * @param registration the second word of the registration slot: 0
  * @param categories the names of the client's categories, ended by NULL; valid until
  *   tty_debug_cleanup()
- * @param registration_slot two words for the facility to use
+ * @param registration_slot two words for the host to use, initially 0
  * @param flags 0
  * @param[out] context the context; NULL on failure
  * @param[out] enabled 0 if no category will ever be on, else not 0; never changes afterwards
@@ -58,8 +59,8 @@ TTY_PLATFORM_API void tty_debug_initialize(const char *name, uintptr_t registrat
                                            uintptr_t *registration_slot, int flags,
                                            tty_trace_context **context, uintptr_t *enabled);
 
-/** Ends tracing for a client and frees its context.  The stand-in ignores a context of another
- * facility. */
+/** Ends tracing for a client and frees its context.  The stand-in ignores a context that it did not
+ * create. */
 TTY_PLATFORM_API void tty_debug_cleanup(const char *name, tty_trace_context *context,
                                         uintptr_t enabled);
 
@@ -82,7 +83,13 @@ TTY_PLATFORM_API void tty_trace(tty_trace_category *category, int level, int fla
 /** Reports a failed assertion.  It may return or end the process. */
 TTY_PLATFORM_API void tty_ltrace_assert(const char *routine, int line, const char *expression);
 
-/** Makes the texts of a component's result codes available.  @return 0, or an error number */
+/**
+ * Makes the texts of a component's result codes available.  The library ignores the result.
+ * @param component bits 15 to 27 of the component's result codes: 1200 for this library
+ * @param path where a host may find the texts: "qerrno/libttydb_error.dll".  The stand-in does not
+ *   use it
+ * @return 0, or an error number
+ */
 TTY_PLATFORM_API int qerr_register_dll(uint32_t component, const char *path);
 
 /** The text of a result code.  @return NULL if there is none or its component is not registered */

@@ -1,6 +1,6 @@
 /**
  * @file
- * The threads that wait for an entry lock, for a debugger or another thread of the process.
+ * The list of threads that wait for an entry lock.  A debugger or a thread of the process reads it.
  */
 #ifndef TTY_THREAD_BLOCK_H
 #define TTY_THREAD_BLOCK_H
