@@ -17,7 +17,7 @@ import report
 TOLERANCE = 0.03
 SHORT = 100
 
-# Whole passes of seven advances over six lines.
+# A multiple of seven, so that passes over six lines are whole: six advances to a line, and one to the end.
 CALLS = 210
 
 # The workloads that are counted.

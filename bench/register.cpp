@@ -16,7 +16,7 @@ void add_pair(const std::string &name, Line line, Make make) {
   });
 }
 
-// The line brings its automatic block along, the 1,001st block of the category.
+// Registering the line creates its automatic block, the 1,001st of the category.
 template <typename Subject>
 void add_among_blocks(const std::string &name, Line line) {
   add_pair(name, line, [line] {

@@ -2,7 +2,7 @@
 """Makes tables and a plot of the benchmarks' figures.
 
 Prints the tables.  --document also writes them between the markers of a Markdown file, --plot draws
-the time against the number of blocks, and --check fails if a limit is exceeded.
+the time against the number of blocks, and --check fails if steady figures exceed a limit.
 """
 
 import argparse
@@ -240,7 +240,7 @@ def main():
     parser.add_argument("--compiler", default="c++", help="what the benchmarks were built with")
     parser.add_argument("--document", help="Markdown file to write the tables into")
     parser.add_argument("--plot", help="SVG file to draw")
-    parser.add_argument("--check", action="store_true", help="fail if a limit is exceeded")
+    parser.add_argument("--check", action="store_true", help="fail if steady figures exceed a limit")
     options = parser.parse_args()
 
     figures = Figures(list(map(read_json, options.times)), read_json(options.memory))

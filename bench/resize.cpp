@@ -9,8 +9,8 @@ namespace {
 
 constexpr uint32_t kIds = 5000;
 
-// The floor of a resize, as long as a block's slots are one array of exactly its size: locks, a new
-// zero-filled array, the copy, and the release of the old array.
+// The floor of a resize.  A block's slots are one array of exactly its size, so the floor takes the
+// locks, allocates a zero-filled array, copies the slots and frees the old array.
 class InlineArray {
  public:
   InlineArray() : slots_(allocate(kIds)) { memset(slots_, 1, kIds * sizeof(*slots_)); }

@@ -90,8 +90,8 @@ class Library {
   tty_db_type *db_ = nullptr;
 };
 
-// The write lock.  Internal routines assert that it is held: a try, a reading of the clock and a
-// timed try all show it.
+// The write lock, and the assertion of an internal routine that it is held: a try, a reading of the
+// clock and a timed try.
 class WriteLockFloor {
  public:
   explicit WriteLockFloor(pthread_rwlock_t &lock) : lock_(lock) { pthread_rwlock_trywrlock(&lock); }

@@ -1,8 +1,8 @@
 // The database lock.
 //
 // Public operations take it, as tty_db.h describes.  A writer never waits inside a lock call.
-// Internal routines never take it: they assert that the calling thread holds the write lock.  An
-// entry lock is only taken while the database lock is held.
+// Internal routines never take it.  Those that change anything assert that the calling thread holds
+// the write lock.  An entry lock is only taken while the database lock is held.
 
 #ifndef TTY_DB_DB_LOCK_H
 #define TTY_DB_DB_LOCK_H

@@ -1,9 +1,9 @@
 // Tracing, checks and the result of a routine.
 //
-// Every routine declares one variable named `op`: a tty_db_operation if it returns a result, else a
-// tty_db_speaker.  The macros below use it.  A helper that traces in the name of a routine takes
-// the speaker by value, also as `op`: steps can move between the two without a change in the trace.
-// Each file defines its trace category as kTrace.
+// Every routine declares one variable named `op`, which the macros below use: a tty_db_operation if
+// its exit line has a result, else a tty_db_speaker.  A helper that traces in the name of a routine
+// takes the speaker by value, also as `op`: steps can move between the two without a change in the
+// trace.  Each file defines its trace category as kTrace.
 //
 // A routine checks conditions in three ways:
 //

@@ -3,8 +3,8 @@
 // While tracing is off, a trace point costs one load and one branch; its arguments are not
 // evaluated.  It reads two kinds of data without a lock:
 //
-// - tty_db_trace_enabled and tty_db_trace_ctx, which only the load and unload hooks write.  The
-//   loader runs them before any call of the library and after the last one.
+// - tty_db_trace_enabled and tty_db_trace_ctx, which only the load hook sets.  The loader runs it
+//   before any call of the library.
 // - The `enabled` word of a category, which the host may change at any time.  It is read atomically
 //   and orders nothing else.
 
@@ -76,7 +76,7 @@ constexpr const char *tty_db_trace_directives() {
   return std::is_pointer_v<T> ? "X" : "";
 }
 
-// The argument types of a trace line, for unevaluated operands.
+// The argument types of a trace line.  The function is not defined: only decltype uses it.
 template <typename... Args>
 struct tty_db_trace_types {};
 template <typename... Args>
