@@ -46,8 +46,8 @@ WORKLOADS = [
 
 BLOCK_COUNTS = [1, 3, 10, 30, 100, 300, 1000]
 
-# A workload, what the library's time for it is divided by (another subject's time for it, or the library's
-# time for another workload), and the highest quotient.
+# A workload, a divisor, and the limit of the quotient.  The library's time for the workload is divided by
+# another subject's time for it, or by the library's time for another workload.
 LIMITS = [
     ("retrieve_hot", "floor", 1.15),
     ("retrieve_random_10k", "floor", 1.3),

@@ -6,6 +6,7 @@
 
 extern "C" void __gcov_dump();  // writes the counts of this program or library
 
+// The handler that was there before: the test's, or that of another library with this file.
 static const sighandler_t others = signal(SIGABRT, [](int number) {
   __gcov_dump();
   if (others != SIG_DFL) others(number);

@@ -1,5 +1,5 @@
-# An installed copy has three components: runtime (shared libraries), development (headers, static libraries, CMake
-# package, pkg-config files, manual) and tools.
+# Installs three components: runtime (shared libraries, GDB's printers), development (headers, static libraries, CMake
+# package, pkg-config files, valgrind's suppressions, manual) and tools (tty-lines, its manual page and completion).
 
 # Outside the directories that the loader searches, installed files find one another by relative paths.
 if(BUILD_SHARED_LIBS AND NOT CMAKE_INSTALL_FULL_LIBDIR IN_LIST CMAKE_C_IMPLICIT_LINK_DIRECTORIES)
@@ -43,8 +43,8 @@ write_basic_package_version_file(ttydb-config-version.cmake COMPATIBILITY SameMa
 install(FILES ${PROJECT_BINARY_DIR}/ttydb-config.cmake ${PROJECT_BINARY_DIR}/ttydb-config-version.cmake
   DESTINATION ${package_dir} COMPONENT development)
 
-# pkg-config omits directories that compiler and linker search anyway, if its files name the prefix, which is known only
-# at installation.  Only programs with the static library link the platform themselves.
+# The pkg-config files name the prefix, which is known only at installation.  With it, pkg-config omits directories that
+# compiler and linker search anyway.  Only programs with the static library link the platform themselves.
 if(BUILD_SHARED_LIBS)
   set(private .private)
 endif()

@@ -22,7 +22,8 @@ breathe_domain_by_extension = {"h": "c", "hpp": "cpp"}
 breathe_default_members = ("members", "undoc-members")
 breathe_show_define_initializer = True
 breathe_show_include = False
-# Types of the C and C++ libraries, template parameters, and the default argument that stands for throwing.
+# Names without a description in the manual: types of the C and C++ libraries, namespaces, template parameters, and
+# `throws`, the default argument of C++ functions.
 nitpick_ignore_regex = [
     ("c:identifier", "pthread_.*|size_t|u?int.*_t"),
     ("cpp:identifier", "std(::.*)?|ttydb|position|detail(::.*)?|tty_db_.*|throws|[A-Z].*"),

@@ -12,9 +12,9 @@ from sphinx.writers.manpage import ManualPageTranslator
 
 
 class ManPageTranslator(ManualPageTranslator):
-    """Names a page of functions after all of them, and puts their prototypes first."""
+    """Lists all functions of a page under NAME, and their prototypes under SYNOPSIS."""
 
-    # Programs use the full width of the page.
+    # Blocks of code are not indented.
     visit_literal_block = ManualPageTranslator.visit_doctest_block
     depart_literal_block = ManualPageTranslator.depart_doctest_block
 
@@ -84,7 +84,7 @@ def link(domain, target, shown):
 
 
 def link_names(app, document):
-    """Makes a name of the C interface a link.  Doxygen links functions, and only in comments."""
+    """Turns each name of the C interface into a link.  Doxygen itself links only functions, and only in comments."""
     closed = (addnodes.desc_signature, addnodes.pending_xref, nodes.FixedTextElement, nodes.Invisible,
               nodes.literal, nodes.reference, nodes.title)
     for literal in list(document.findall(nodes.literal)):
@@ -122,7 +122,7 @@ def join_overloads(document):
 
 
 def name_errors(app, document):
-    """Puts the errors that a function of C++ gives after the words "Fails as" and the function of C."""
+    """Adds the errors of a C++ function to the paragraph that says "Fails as" and names the C function."""
     for paragraph in document.findall(nodes.paragraph):
         called = re.search(r"\bFails as (\w+)\(\)", paragraph.astext())
         if called:
@@ -153,7 +153,7 @@ def list_members(document):
 
 def change_document(app, document):
     for description in list(document.findall(addnodes.desc)):
-        # A group of the header is the page itself.
+        # A page describes one group of the header, so the group needs no description of its own.
         if description["objtype"] == "group":
             description.replace_self(description[-1].children)
     for keyword in list(document.findall(addnodes.desc_sig_keyword)):
@@ -164,10 +164,10 @@ def change_document(app, document):
     name_errors(app, document)
     link_names(app, document)
     list_members(document)
-    # The theme makes a picture with a size a link to itself.
+    # Otherwise Sphinx makes a picture with a width a link to itself.
     for image in document.findall(nodes.image):
         image["height"] = "auto"
-    # Long names in the heads of tables break.
+    # A zero-width space lets long names in the heads of tables break.
     for head in document.findall(nodes.thead):
         for text in list(head.findall(nodes.Text)):
             text.parent.replace(text, nodes.Text(re.sub(r"(::|_)", "\\1\u200b", text)))

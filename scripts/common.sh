@@ -27,8 +27,8 @@ finish_group() {
   wait "$1"
 }
 
-# run NAME COMMAND...: runs a command as a step, and ends it if it hangs; leaves its status and its log in variables.
-# If the script is interrupted, on_interrupt is called for the step.
+# run NAME COMMAND...: runs a command as a step, and kills it after step_limit seconds.  Sets `status` to its status and
+# `log` to its log.  If the script is interrupted, on_interrupt is called with the step's process group.
 on_interrupt=end_group
 run() {
   local name=$1 pid
@@ -91,7 +91,7 @@ present() {
 apt() { DEBIAN_FRONTEND=noninteractive apt-get "$@"; }
 download() { apt "$@" --download-only || { apt update && apt "$@" --download-only; }; }
 
-# install_packages PACKAGE...: installs packages, or says how to.
+# install_packages PACKAGE...: installs packages.  If it cannot, prints what is missing and ends the script.
 install_packages() {
   local command=(install -y --no-install-recommends "$@") on_interrupt=end_group
   if ! command -v apt-get >/dev/null || [[ $(id -u) != 0 ]]; then

@@ -41,8 +41,7 @@ class tty_db_bitmap {
   }
 
  private:
-  // One more than needed if N or kWords is a multiple of 64: the searches read the word of N and the
-  // group of kWords.
+  // Large enough for the searches, which may read the word of N and the group of kWords.
   static constexpr uint32_t kWords = N / 64 + 1;
   static constexpr uint32_t kGroups = kWords / 64 + 1;
 
