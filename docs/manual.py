@@ -164,7 +164,7 @@ def change_document(app, document):
     name_errors(app, document)
     link_names(app, document)
     list_members(document)
-    # Otherwise Sphinx makes a picture with a width a link to itself.
+    # Sphinx turns a picture that has a size into a link to the file of the picture.
     for image in document.findall(nodes.image):
         image["height"] = "auto"
     # A zero-width space lets long names in the heads of tables break.
