@@ -189,7 +189,8 @@ TEST_F(Assertions, ReportEachBadArgument) {
   EXPECT_ASSERTS(tty_db_block_find_block_from_tty_id(nullptr, 0, 0, &found), no_db);
   EXPECT_ASSERTS(tty_db_block_find_block_from_tty_id(db, 6, 0, &found), category);
   EXPECT_ASSERTS(tty_db_block_find_block_from_tty_id(db, 0, 0, nullptr), no_block);
-  EXPECT_ASSERTS(tty_db_block_find_block_from_tag(nullptr, nullptr, nullptr), no_db, no_block);
+  EXPECT_ASSERTS(tty_db_block_find_block_from_tag(nullptr, nullptr, &found), no_db);
+  EXPECT_ASSERTS(tty_db_block_find_block_from_tag(db, nullptr, nullptr), no_block);
   EXPECT_ASSERTS(tty_db_tty_register_internal(nullptr, 6, 0, 0, nullptr), no_db, category,
                  "entry_size >= sizeof(tty_db_tty_type)", no_tty);
   EXPECT_ASSERTS(tty_db_tty_deregister_internal(nullptr, block, 5), no_db);

@@ -14,6 +14,8 @@
 #ifndef TTY_DB_DB_INDEX_H
 #define TTY_DB_DB_INDEX_H
 
+#include <stddef.h>
+
 #include "db/bitmap.h"
 #include "tty_db.h"
 
@@ -37,6 +39,7 @@ struct alignas(4096) tty_db_category_index {
 struct tty_db_index_type {
   tty_db_category_index categories[TTY_CATEGORY_MAX + 1];
 };
+static_assert(sizeof(void *) != 8 || sizeof(tty_db_index_type) == size_t{960} * 1024);
 
 // Maps an empty index; only pages that are written take memory.  Returns NULL on failure.
 tty_db_index_type *tty_db_map_index();
