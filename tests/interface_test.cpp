@@ -135,7 +135,7 @@ TEST(Outputs, AreClearedByAFailureExceptByARetrievalWithoutABlock) {
   EXPECT_EQ(tty, nullptr);
   tty = line;
   EXPECT_EQ(tty_db_tty_retrieve(db, 0, 9, &tty), TTY_DB_ERR_NOT_REGISTERED);
-  EXPECT_EQ(tty, line);
+  EXPECT_EQ(tty, line);  // no block contains id 9
   EXPECT_EQ(tty_db_tty_retrieve(db, 0, 16, &tty), TTY_DB_ERR_NOT_REGISTERED);
   EXPECT_EQ(tty, nullptr);
 

@@ -54,7 +54,7 @@ TEST(ErrorCodes, HaveMessagesAndConditions) {
 }
 
 // NOLINTBEGIN(bugprone-use-after-move): handles that were moved from are tested.
-TEST(EmptyHandles, RefuseEveryOperation) {
+TEST(EmptyHandles, RefuseOperations) {
   ttydb::database empty(ttydb::options::all);
   ttydb::database db = std::move(empty);
   ttydb::entry<Port> entry;
