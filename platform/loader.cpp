@@ -13,9 +13,7 @@
 // the thread-exit functions of the calling thread before the handlers.  In case another thread
 // calls exit(3), the services that a library calls when it is loaded set the handler too.
 //
-// Known limits: the exit is mistaken for an unload if a thread other than main calls exit(3), and
-// either a constructor opened the library before main or the host provides all services that set
-// the handler.  An unload by an exit handler that was set before this one is mistaken for the exit.
+// docs/guide/services.md has the two cases in which the answer is wrong.
 
 #include <dlfcn.h>
 #include <link.h>

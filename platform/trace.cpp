@@ -1,8 +1,4 @@
-// The trace facility.
-//
-// Tracing is off unless the environment variable TTY_TRACE names the client: "db" turns on all its
-// categories, "db:block+tty" those two, "db:" none.  Commas separate entries; entries of one client
-// add up.  Lines go to standard error, or are appended to the file that TTY_TRACE_FILE names.
+// The trace facility.  docs/reference/ttydb.md describes its environment variables.
 //
 // Opening the file does not wait: a pipe must already have a reader.  A pipe stays non-blocking: if
 // it is full, tracing waits once, for up to five seconds; after that, lines are lost until there is

@@ -1,5 +1,4 @@
-// The memory of an index: a separate mapping, because calloc would clear all of a reused heap
-// block.
+// The memory of an index: a separate mapping, because calloc would clear a reused heap block.
 
 #include "db/index.h"
 
