@@ -1,4 +1,4 @@
-// The registry in C++: owning handles, typed entries and items, a range
+// The database in C++: owning handles, typed entries and items, a range
 // of lines.
 #include <cstdlib>
 #include <iostream>

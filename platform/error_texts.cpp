@@ -1,4 +1,4 @@
-// The error-code registry: the texts of result codes, available once their component is registered.
+// The texts of result codes, available once their component is registered.
 // Bits 15 to 27 of a result code are its component, bits 9 to 14 its number; bits 0 to 8 are 0.
 
 #include <errno.h>
