@@ -22,9 +22,9 @@
  *
  * A line is named by a position, or by its category and id as two arguments.
  *
- * A handle that was moved from, or returned by a failed operation, is empty.  It owns nothing, and
- * an operation on it fails with errc::invalid_argument.  There are two exceptions: an empty range
- * has no lines, and find() on an empty entry returns null.
+ * A handle that a failed operation returned is empty, and so is an owning handle that was moved
+ * from.  It owns nothing, and an operation on it fails with errc::invalid_argument.  There are two
+ * exceptions: an empty range has no lines, and find() on an empty entry returns null.
  */
 #ifndef TTY_DB_HPP
 #define TTY_DB_HPP
@@ -153,7 +153,7 @@ inline std::error_code make_error_code(errc code) noexcept {
 namespace detail {
 
 /* An operation with two forms ends with a parameter pack `ec`, which is empty or one error code.
-   True with the error code: the operation reports instead of throwing. */
+   True if there is one: the operation then does not throw. */
 template <class... Ec>
 inline constexpr bool reports = sizeof...(Ec) == 1;
 

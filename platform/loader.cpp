@@ -3,15 +3,15 @@
 //
 // An exit handler notes the exit.  It must run before the destructors of the libraries.  exit(3)
 // runs handlers and destructors in the reverse order of their registration, so a handler that is
-// set while the program runs is early enough.  One that a constructor sets at program start runs
-// too late.  But the program and the libraries that it was started with are never unloaded, so only
-// libraries that are opened later need the handler.
+// set while the program runs comes before them.  One that a constructor sets at program start
+// comes after them.  But the program and the libraries that it was started with are never unloaded,
+// so only libraries that are opened later need the handler.
 //
 // The handler must be set even if no service of the stand-in is called, because the host may
 // provide any of them.  If the stand-in itself is opened later, its constructor sets the handler.
-// If the program was started with the stand-in, the end of the main thread sets it: exit(3) runs
-// the thread-exit functions of the calling thread before the handlers.  In case another thread
-// calls exit(3), the services that a library calls when it is loaded set the handler too.
+// If the program was started with the stand-in, a thread-exit function of the main thread sets it:
+// exit(3) runs those of its calling thread before the handlers.  In case another thread calls
+// exit(3), the services that a library calls when it is loaded set the handler too.
 //
 // docs/guide/services.md has the two cases in which the answer is wrong.
 
@@ -72,7 +72,8 @@ const link_map *last_needed(const link_map *program, const link_map *object, con
 
 // Returns the last object that the program was started with.  The loader lists objects in load
 // order: the program, the libraries that it was started with, the libraries that were opened later.
-// So the libraries of the start end with the last object that one of them, or the program, needs.
+// The last object of the start is the last that the program, or a library of
+// the start, needs.
 const link_map *last_of_program_start(const link_map *program) {
   const link_map *last = program;
   for (const link_map *object = program;; object = object->l_next) {
@@ -81,7 +82,7 @@ const link_map *last_of_program_start(const link_map *program) {
   }
 }
 
-// Returns the loaded object that contains an address, or NULL in a program without a loader.
+// Returns the loaded object that contains an address, or NULL in a static program.
 const link_map *object_at(const void *address) {
   Dl_info info;
   link_map *object = nullptr;

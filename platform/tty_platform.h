@@ -7,10 +7,10 @@
  * provides the services that the program does not define.  The library calls the first definition
  * in the process.
  *
- * The library calls tty_debug_initialize(), tty_debug_cleanup(), qerr_register_dll() and
- * __in_dlclose() only when it is loaded or unloaded.  It calls the other services from any thread
- * at any time, with locks held: a service must not be a cancellation point and must not call the
- * library.
+ * The library calls tty_debug_initialize() and qerr_register_dll() only when it is loaded,
+ * tty_debug_cleanup() only when it is unloaded, and __in_dlclose() at its unload and at the exit of
+ * the process.  It calls the other services from any thread at any time, with locks held: a service
+ * must not be a cancellation point and must not call the library.
  */
 #ifndef TTY_PLATFORM_H
 #define TTY_PLATFORM_H
@@ -85,7 +85,7 @@ TTY_PLATFORM_API void tty_ltrace_assert(const char *routine, int line, const cha
 
 /**
  * Makes the texts of a component's result codes available.  The library ignores the result.
- * @param component bits 15 to 27 of the component's result codes: 1200 for this library
+ * @param component bits 15 to 27 of the component's result codes
  * @param path where a host may find the texts: "qerrno/libttydb_error.dll".  The stand-in does not
  *   use it
  * @return 0, or an error number

@@ -60,8 +60,8 @@ void tty_db_index_link(tty_db_type *db, tty_db_block_type **link, tty_db_block_t
 // Removes the block that a link points to from its list.
 void tty_db_index_unlink(tty_db_type *db, tty_db_block_type **link) TTY_DB_REQUIRES_WRITE(db);
 
-// Returns the address of an id's entry in the index, and prefetches the entry.  Needs no lock: a
-// prefetch is not an access.
+// Returns the address of the index's pointer to an entry, and prefetches that pointer.  Needs no
+// lock: a prefetch is not an access.
 inline tty_db_tty_type *const *tty_db_index_prefetch_entry(const tty_db_type *db, uint32_t category,
                                                            uint32_t tty_id) {
   tty_db_tty_type *const *entry = &tty_db_index_of(db, category).entry(tty_id);
@@ -71,7 +71,7 @@ inline tty_db_tty_type *const *tty_db_index_prefetch_entry(const tty_db_type *db
 }
 
 // Returns the first registered id of a category from an id on, or an id above TTY_PORT_MAX.  Reads
-// the index even if the list is empty, because a block under release is in no list.
+// the index even if the list is empty, because a block under change is in no list.
 inline uint32_t tty_db_index_next_registered(const tty_db_type *db, uint32_t category,
                                              uint32_t tty_id) TTY_DB_REQUIRES_READ(db) {
   return tty_db_index_of(db, category).registered.first_from(tty_id);

@@ -101,8 +101,8 @@ void deregister_dropped(tty_db_speaker op, tty_db_type *db_h, tty_db_block_type 
   if (!above.empty()) tty_db_block_deregister_ttys(db_h, block_h, above.first, above.end - 1);
 }
 
-// Moves the entries that stay to their slots in `new_array`.  This is either zero-filled or the
-// block's own array, whose other slots are then cleared.
+// Moves the entries that stay to their slots in `new_array`: a zero-filled array, or the block's
+// own.  Clears the other slots of the latter.
 void carry_entries(const tty_db_block_type *block, IdRange wanted, tty_db_tty_type **new_array) {
   const IdRange carried = common(current_range(block), wanted);
   uint32_t front = 0;  // slots before the carried ones

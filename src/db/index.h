@@ -8,8 +8,8 @@
 // - `firsts` contains the ids at which a block begins.
 //
 // While a block is released or resized it is in no list, but its lines stay in the index until they
-// are deregistered.  A category without blocks has an empty index, which is not read.  So the pages
-// of a category that never had a block take no memory.  block/index.h has the operations.
+// are deregistered.  A category without blocks has an empty index, whose pages take no memory if it
+// never had one.  block/index.h has the operations.
 
 #ifndef TTY_DB_DB_INDEX_H
 #define TTY_DB_DB_INDEX_H

@@ -7,7 +7,7 @@
 #include "tty_platform.h"
 
 // The component of the library's result codes and message ids.
-constexpr uint32_t TTY_DB_COMPONENT = 1200;
+constexpr uint32_t TTY_DB_COMPONENT = TTY_DB_ERR_NO_MEMORY >> 15 & 0x1fff;
 
 extern "C" {
 extern TTY_DB_API tty_db_msg_rec_type kel_msg_rec_tty_db_panic;
