@@ -3,7 +3,7 @@
  * The services that the library calls.
  *
  * The host provides them: the program, which defines some or all of these functions, or a library
- * of its own that is loaded in place of libttyplatform.  libttyplatform is the stand-in: it
+ * that is loaded in place of libttyplatform.  libttyplatform is the stand-in: it
  * provides the services that the program does not define.  The library calls the first definition
  * in the process.
  *

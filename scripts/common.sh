@@ -35,7 +35,7 @@ run() {
   status=0
   log=build/logs/${name//[^A-Za-z0-9]/-}.log
   say "$name"
-  # In a process group of its own, so that it can be ended with all that it has started.  Not in a condition, which
+  # In a process group of its own, so that it can be ended with all that it has started.  Not as a condition, which
   # would turn off set -e within a function.
   set -m
   (set -e && "${@:2}") >"$root/$log" 2>&1 </dev/null &

@@ -62,8 +62,8 @@ class Registry {
   std::map<std::string, Registered> registered_;  // by name
   std::set<ttydb::position> taken_;               // their positions
   // Of the current scan:
-  std::set<ttydb::position> wanted_;                    // those with the numbers in names
-  std::set<std::pair<std::uint32_t, DriverKey>> full_;  // categories, for a driver
+  std::set<ttydb::position> wanted_;                    // by the numbers in names
+  std::set<std::pair<std::uint32_t, DriverKey>> full_;  // full categories, by driver
   std::vector<Row> unregistered_;
   std::vector<std::string> reports_;
 };

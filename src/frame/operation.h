@@ -2,8 +2,8 @@
 //
 // Every routine declares one variable named `op`, which the macros below use: a tty_db_operation if
 // its exit line has a result, else a tty_db_speaker.  A helper that traces in the name of a routine
-// takes the speaker by value, also as `op`: steps can move between the two without a change in the
-// trace.  Each file defines its trace category as kTrace.
+// takes the speaker by value, as `op`: steps can move between routine and helper without a change
+// in the trace.  Each file defines its trace category as kTrace.
 //
 // A routine checks conditions in three ways:
 //
@@ -14,7 +14,7 @@
 //
 // Assertions (the last two) are in every build type and evaluate their expression exactly once.
 // The report may return.  Then the routine continues, unless it would use memory that the assertion
-// has shown to be wrong.  The expressions use NULL because their text is reported.
+// has shown to be wrong.  The expressions use NULL, not nullptr: their text is reported.
 //
 // A helper that several files share takes the source line of its caller and passes it to the macros
 // that end in _AT, so that a traced line and routine are from the same file.

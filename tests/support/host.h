@@ -11,15 +11,15 @@
 
 namespace host {
 
-// What the library has asked for, in order, since the last clear(), one string each:
-//   trace     "block routine", unless the latest line was of the same, then "> text" (entry line)
-//             or ". text" (other line)
+// What the library has asked for, in order, since the last clear():
+//   trace     "block routine", if it has changed, then "> text" (entry line) or ". text" (other
+//             line)
 //   assertion "assert routine", "! expression"
 //   message   "message MNEMONIC 3 text"
 //   wait      "wait routine" and "wait over"
 // A pointer that name() has named is printed by that name, any other as "..", NULL as "0".
-// An exit line must close the entry line of its routine and tell its result as every routine does.
-// One that does not is recorded: "< text".
+// An exit line that closes the entry line of its routine and has the usual form is not recorded;
+// any other is: "< text".
 std::vector<std::string> log();
 std::string log_text();
 void clear();
@@ -43,8 +43,8 @@ int num_assertions();
 // How many threads have announced that they wait for a mutex.
 int num_waiting();
 
-// Makes the calling thread's nth call of a function fail, from now on; of any function if that is
-// empty.  A failing allocation returns NULL, any other call EINVAL, having done nothing.
+// Makes one call of the calling thread fail: the nth of a function from now, or of any function if
+// that is empty.  A failing allocation returns NULL, any other call EINVAL, having done nothing.
 void fail_call(const std::string &function, int nth = 1);
 // Ends that.  Returns the function whose call has failed, or "".
 std::string end_failing();
