@@ -63,7 +63,7 @@ void tty_trace(tty_trace_category *category, int level, int flags,
                uintptr_t registration, int kind, const char *routine,
                int line, const char *format, ...) {
   (void)level, (void)flags, (void)registration, (void)line;
-  /* An entry line has addresses, which differ from run to run. */
+  /* The first line of a call has addresses, which differ. */
   if (kind == 1) return;
   int cancel_state; /* output is a cancellation point */
   pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancel_state);

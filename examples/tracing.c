@@ -1,5 +1,5 @@
-/* Which threads wait for an entry, and who holds it: a thread of the
- * process looks.  The program calls the stand-in, and links it:
+/* A thread looks up who waits for an entry, and who holds it.  The
+ * program calls the stand-in, and links it:
  * cc tracing.c $(pkg-config --cflags --libs ttydb ttyplatform) */
 #define _POSIX_C_SOURCE 200809L /* nanosleep, in strict C too */
 

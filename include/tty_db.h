@@ -18,21 +18,21 @@
  * taken; unless described otherwise, an invalid argument gives TTY_DB_ERR_INVALID_ARG.
  *
  * @par Threads
- * Any number of threads may call any operation at once.  A database has a reader-writer lock, the
- * database lock.  An operation that reads waits for it without limit; one that writes tries ten
- * times, 20 ms apart, then fails with TTY_DB_ERR_LOCK_FAILED.  An entry has a mutex, the entry
- * lock.  With TTY_DB_OPT_LOCK_ENTRIES, registration and retrieval take it for the caller, who
- * releases it with tty_db_tty_unlock().
+ * Any number of threads may use a database at once.  It has a reader-writer lock, the database
+ * lock.  An operation that reads waits for it without limit; one that writes tries ten times, 20 ms
+ * apart, then fails with TTY_DB_ERR_LOCK_FAILED.  An entry has a mutex, the entry lock.  With
+ * TTY_DB_OPT_LOCK_ENTRIES, registration and retrieval take it for the caller, who releases it with
+ * tty_db_tty_unlock().
  *
  * @par Waiting for the holder of an entry
  * A retrieval waits for the thread that holds the entry, and keeps the read lock meanwhile.  Until
  * it has the entry, no thread can take the write lock, the holder included.  Hold an entry only
  * briefly, and unlock it before retrying a write.
  * Deregistering a line waits for the thread that holds its entry, and keeps the write lock
- * meanwhile: an operation that reads waits for it, one that writes fails.  So a holder may call an
- * operation that reads, or that deregisters lines of another database, only if no other thread can
- * deregister that line.  Otherwise the two threads can wait for each other forever.  A holder may
- * deregister its own line.
+ * meanwhile: an operation that reads waits for it, one that writes fails.  So a holder may read, or
+ * deregister lines of another database, only if no other thread can deregister the line that it
+ * holds, and threads that retrieve several entries do so in the same order.  Otherwise threads can
+ * wait for each other forever.  A holder may deregister its own line.
  *
  * @par Threads that end
  * If a thread ends while it holds an entry, the entry stays held: retrieving it or deregistering
@@ -48,7 +48,7 @@
  * at the fork, no other thread was in a call on it and no thread held one of its entries.
  *
  * @par Fatal errors
- * A failed assertion, or a lock that cannot be released, aborts the process.
+ * A lock that cannot be released aborts the process; so does a failed assertion by default.
  */
 #ifndef TTY_DB_H
 #define TTY_DB_H
@@ -140,8 +140,8 @@ typedef struct tty_db_item_type tty_db_item_type;         /**< the node of an it
  * writes these fields.
  */
 typedef struct tty_db_tty_type {
-  pthread_mutex_t lock;             /**< the entry lock; release it with tty_db_tty_unlock() */
-  pthread_t lock_owner;             /**< the holder, or 0xFFFFFFFF for none; diagnostic */
+  pthread_mutex_t lock; /**< the entry lock; release it with tty_db_tty_unlock() */
+  pthread_t lock_owner; /**< who obtained it last, or 0xFFFFFFFF once unlocked; diagnostic */
   tty_db_item_type *item_list_head; /**< the newest item */
 } tty_db_tty_type;
 
@@ -175,8 +175,8 @@ TTY_DB_API uint32_t tty_db_create(uint32_t options, tty_db_type **db_h);
 /**
  * Destroys a database with all its blocks, lines and items.
  * Takes the write lock, and waits for the holder of each entry.  During the call other threads may
- * only unlock entries.  On success every pointer into the database is invalid.  Its iterators must
- * still be ended.
+ * only use and unlock the entries that they hold.  On success every pointer into the database is
+ * invalid.  Its iterators must still be ended.
  * @param db_h the database
  * @return 0, TTY_DB_ERR_INVALID_ARG or TTY_DB_ERR_LOCK_FAILED.
  */

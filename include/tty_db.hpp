@@ -628,8 +628,8 @@ class database {
     if (detail::check(result, "tty_db_tty_deregister", ec...)) held.release();
   }
   /**
-   * Deregisters a line.  A thread that has a guard of its entry must pass the guard instead, which
-   * would otherwise unlock a freed entry.  Fails as tty_db_tty_deregister().
+   * Deregisters a line.  A thread that holds the entry must pass its guard instead, which would
+   * otherwise unlock a freed entry.  Fails as tty_db_tty_deregister().
    */
   template <class... Ec>
   void deregister_line(position at, Ec&... ec) noexcept(detail::reports<Ec...>) {

@@ -16,16 +16,16 @@ static_assert(sizeof(off_t) == 8, "files grow larger than 2 GiB");
 
 namespace {
 
-// In a process that was started without standard error, descriptor 2 is later some other file: no
-// lines are written there.
+// If the process starts without standard error, descriptor 2 may later be another file: no lines
+// are written there.
 bool has_standard_error = true;
 
 __attribute__((constructor)) void look_for_standard_error() {
   has_standard_error = fcntl(STDERR_FILENO, F_GETFD) != -1;
 }
 
-// Writes without raising SIGPIPE (the pipe has no reader) or SIGXFSZ (the file is at its size
-// limit): failing to write a line must not end the process.
+// Writes, and discards the signals SIGPIPE (the pipe has no reader) and SIGXFSZ (the file is at its
+// size limit): failing to write a line must not end the process.
 ssize_t write_quietly(int fd, const char *bytes, size_t size) {
   sigset_t signals;
   sigset_t pending;
@@ -122,7 +122,7 @@ void Line::put(const char *text) {
 }
 
 void Line::print_list(const char *format, va_list args) {
-  char text[sizeof(text_) + MB_LEN_MAX];  // more would not fit the line
+  char text[sizeof(text_) + MB_LEN_MAX];  // cut beyond the end of the line
   text[0] = '\0';
   vsnprintf(text, sizeof(text), format, args);
   put(text);

@@ -2,9 +2,9 @@
 //
 // At most ten messages of a kind are raised in ten seconds; the rest are counted and dropped.
 // Messages with the same limit record are of one kind.  The count is reported before the next
-// message of the kind, at the exit of the process and when the logger is unloaded.  Critical
-// messages, and those without a limit record, are always raised.  If the message before a critical
-// one was dropped, it is raised after all, because it may be the cause.
+// message of the kind, before a critical one, at the exit of the process and at the unload.
+// Critical messages, and those without a limit record, are always raised.  If the message before a
+// critical one was dropped, it is raised after all, because it may be the cause.
 
 #include <stdarg.h>
 #include <string.h>
@@ -96,7 +96,7 @@ void begin_child() {
   latest_left_out = false;
 }
 
-__attribute__((constructor)) void prepare() { survive_fork<message_lock, begin_child>(); }
+__attribute__((constructor)) void prepare() { tty_survive_fork<message_lock, begin_child>(); }
 
 __attribute__((destructor)) void tell_untold() {
   const ServiceCall call;

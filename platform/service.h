@@ -45,7 +45,7 @@ class Lock {
 // Holds `mutex` during every fork, so that in the child it is free and its data consistent.  Then
 // calls `in_child` in the child.
 template <pthread_mutex_t &mutex, void (*in_child)()>
-void survive_fork() {
+void tty_survive_fork() {
   const auto release = [] { pthread_mutex_unlock(&mutex); };
   pthread_atfork([] { pthread_mutex_lock(&mutex); }, release, release);
   pthread_atfork(nullptr, nullptr, in_child);

@@ -41,7 +41,7 @@ void withdraw(void *block) {
 void empty_list() { ptd_mutex_block_list = nullptr; }
 
 __attribute__((constructor)) void prepare() {
-  survive_fork<list_lock, empty_list>();
+  tty_survive_fork<list_lock, empty_list>();
   if (pthread_key_create(&thread_end, withdraw) != 0) thread_end = PTHREAD_KEYS_MAX;  // none left
 }
 

@@ -30,7 +30,7 @@ struct Client {
 // Guards the variables below.
 pthread_mutex_t trace_lock = PTHREAD_MUTEX_INITIALIZER;
 
-// The contexts that the stand-in created.  The host may provide only one of tty_debug_initialize()
+// The contexts that the stand-in created.  The host may replace just one of tty_debug_initialize()
 // and tty_debug_cleanup().
 Client *clients = nullptr;
 unsigned num_tracing = 0;
@@ -200,11 +200,11 @@ void begin_child() {
 }
 
 __attribute__((constructor)) void prepare() {
-  survive_fork<trace_lock, begin_child>();
+  tty_survive_fork<trace_lock, begin_child>();
   pthread_atfork(before_fork, nullptr, nullptr);  // set last, runs first: the lock is free
 }
 
-// Closes the file if tty_debug_cleanup() is the host's.
+// Closes the file if tty_debug_cleanup() is the host's.  No thread traces any more.
 __attribute__((destructor)) void unprepare() {
   if (tty_is_unloaded(&output)) close_output();
 }

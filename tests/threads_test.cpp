@@ -13,7 +13,7 @@
 
 namespace {
 
-// Waits for what another thread is about to do.
+// Waits until another thread makes `condition` true.
 void wait_until(const std::function<bool()> &condition) {
   while (!condition()) std::this_thread::yield();
 }
@@ -156,7 +156,7 @@ TEST(Threads, RemovalWaitsForTheHolderOfTheEntry) {
   }
 }
 
-void release_by_another_thread() {
+void unlock_by_another_thread() {
   host::announce_to_stderr();
   host::assertions_return(true);
   Database db(kLock | kAuto);
@@ -164,8 +164,8 @@ void release_by_another_thread() {
   std::thread([&] { tty_db_tty_unlock(db, tty); }).join();
 }
 
-TEST(ThreadsDeathTest, OnlyTheHolderGivesAnEntryBack) {
-  EXPECT_DEATH(release_by_another_thread(),
+TEST(ThreadsDeathTest, OnlyTheHolderUnlocksAnEntry) {
+  EXPECT_DEATH(unlock_by_another_thread(),
                "KERNEL_ERROR .*Release TTY lock \\(1\\)\nmessage PANIC The TTY DB library has "
                "encountered a critical error and must restart the process");
 }

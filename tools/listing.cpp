@@ -164,7 +164,7 @@ bool Listing::shows(const Row& row) const {
                      [&](const std::string& device) { return names(device, row); });
 }
 
-// The default columns, unless the command line replaces them, then the chosen ones.
+// The default columns, unless the command line replaces them, followed by the chosen ones.
 std::vector<Column> Listing::with_chosen(std::vector<Column> defaults) const {
   if (!options_.default_columns) defaults.clear();
   append_new(defaults, options_.columns);

@@ -1,6 +1,6 @@
 // Releasing a block and deregistering its lines.
 //
-// Deregistration calls src/tty, against the order of the folders.
+// Deregistration calls src/tty, a layer above.
 
 #include "block/release.h"
 
@@ -24,8 +24,8 @@ bool assert_walk(tty_db_speaker op, tty_db_type *db, uint32_t first_tty, uint32_
   return true;
 }
 
-// Return the first registered id from `first` to `last`, or an id above `last`: from the slots,
-// with tracing, or from the index.
+// Return the first registered id from `first` on, or an id above `last`.  One walks the slots and
+// traces them, one asks the index.
 [[gnu::cold, gnu::noinline]] uint32_t walk_to_registered(tty_db_speaker op,
                                                          const tty_db_block_type *block,
                                                          uint32_t first, uint32_t last) {

@@ -1,6 +1,6 @@
 // Creation and destruction of a database.
 //
-// Destruction calls src/block, against the order of the folders.
+// Destruction calls src/block, a layer above.
 
 #include <stdlib.h>
 #include <string.h>
@@ -21,8 +21,8 @@ tty_db_type *allocate_record() TTY_DB_UNCHECKED {
   return nullptr;
 }
 
-// Allocates a database and creates its lock.  On failure `*db` is the record without a lock, or
-// NULL, for tty_db_cleanup.  Returns 0, TTY_DB_ERR_NO_MEMORY or TTY_DB_ERR_LOCK_INIT.
+// Allocates a database and creates its lock.  On failure `*db` is NULL or has no lock; the caller
+// passes it to tty_db_cleanup.  Returns 0, TTY_DB_ERR_NO_MEMORY or TTY_DB_ERR_LOCK_INIT.
 uint32_t make_database(tty_db_speaker op, uint32_t options, tty_db_type **db) {
   TTY_DB_SAY("Allocating DB's global structure");
   tty_db_type *made = allocate_record();
@@ -50,7 +50,7 @@ void release_blocks(tty_db_speaker op, tty_db_type *db_h) TTY_DB_REQUIRES_WRITE(
     while (tty_db_block_type *block = *head) {
       TTY_DB_SAY("Destroying block %X", block);
       tty_db_block_release_internal(db_h, block);
-      if (*head == block) break;  // the block was not in its list, as reported
+      if (*head == block) break;  // not released: an assertion has reported why
     }
   }
 }

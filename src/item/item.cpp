@@ -1,4 +1,4 @@
-// The items of an entry.  REQUIRES: the caller holds the entry.
+// The items of an entry.  REQUIRES: no other thread uses the entry.
 
 #include "item/item.h"
 
@@ -13,7 +13,7 @@ constexpr tty_db_trace_category kTrace = TTY_DB_TRACE_ITEM;
 
 void *item_data(tty_db_item_type *item) { return item + 1; }
 
-// Returns the link to the item with a key, or NULL.
+// Returns the link to the item that has the key, or NULL.
 tty_db_item_type **find_link(tty_db_speaker op, tty_db_tty_type *tty, uint32_t item_key) {
   tty_db_item_type **link = &tty->item_list_head;
   for (; *link != nullptr; link = &(*link)->next_item) {
@@ -25,7 +25,7 @@ tty_db_item_type **find_link(tty_db_speaker op, tty_db_tty_type *tty, uint32_t i
   return nullptr;
 }
 
-// Checks that an entry has no item with a key.  Returns 0 or TTY_DB_ERR_ITEM_EXISTS.
+// Checks that no item of an entry has the key.  Returns 0 or TTY_DB_ERR_ITEM_EXISTS.
 uint32_t check_key_is_free(tty_db_speaker op, tty_db_tty_type *tty, uint32_t item_key) {
   void *existing = nullptr;
   if (tty_db_item_get(tty, item_key, &existing) != 0) return 0;

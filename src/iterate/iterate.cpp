@@ -62,8 +62,8 @@ uint32_t tty_db_iterate_start(tty_db_type *db_h, uint32_t start_category, uint32
 
 namespace {
 
-// The next two functions search the iterator's category from its position up to `max_id`.  They
-// return the first registered id, or a number above `max_id` if there is none.
+// The next two functions search the iterator's category from its position.  They return the first
+// registered id up to `max_id`, or a number above it if there is none.
 
 // Walks from block to block and from id to id, with tracing and assertions.
 [[gnu::cold, gnu::noinline]] uint32_t walk_to_line(tty_db_speaker op,

@@ -1,8 +1,9 @@
 // The entry of a line, and its lock.
 //
-// Registration allocates an entry and creates its lock.  The threads that register and retrieve the
-// line hold the lock in turn.  Deregistration waits for the holder, destroys the lock and frees the
-// entry.  While registered, an entry is in exactly one slot of one block.
+// Registration allocates an entry and creates its lock.  With TTY_DB_OPT_LOCK_ENTRIES, the threads
+// that register and retrieve the line hold the lock in turn.  Deregistration waits for the holder,
+// destroys the lock and frees the entry.  While registered, an entry is in exactly one slot of one
+// block.
 //
 // Three things are used without the database lock:
 //
@@ -41,7 +42,7 @@ uint32_t tty_db_create_entry_lock(tty_db_speaker op, tty_db_tty_type *tty,
 int tty_db_take_entry_lock(tty_db_speaker op, tty_db_tty_type *tty, int line = __builtin_LINE());
 
 // Waits until no other thread holds an entry.  REQUIRES: the write lock, so that no other thread
-// can take the entry lock.
+// can take its lock.
 void tty_db_wait_for_holder(tty_db_tty_type *tty);
 
 // Frees an entry, or nothing for NULL.  If it has a lock, waits for the holder and destroys the

@@ -9,7 +9,7 @@ namespace {
 
 constexpr tty_db_trace_category kTrace = TTY_DB_TRACE_TTY;
 
-// The parts of a registration created so far.
+// What a registration has found or created so far.
 struct Registration {
   tty_db_block_type *block = nullptr;
   bool block_created = false;
@@ -19,7 +19,7 @@ struct Registration {
 
 // Reserves the automatic block for an id: TTY_DB_AUTO_BLOCK_SIZE ids, the first one a multiple of
 // that number.  The block of TTY_PORT_MAX contains only that id.  Returns the result of
-// tty_db_block_reserve_internal, which rejects a larger id.
+// tty_db_block_reserve_internal, which rejects ids above TTY_PORT_MAX.
 uint32_t reserve_automatic_block(tty_db_speaker op, tty_db_type *db_h, uint32_t category,
                                  uint32_t tty_id, tty_db_block_type **block)
     TTY_DB_REQUIRES_WRITE(db_h) {
@@ -65,7 +65,7 @@ uint32_t allocate_entry(tty_db_speaker op, size_t entry_size, tty_db_tty_type **
 }
 
 // The steps that can fail: finds or reserves the block, creates the entry and locks it.
-// `*made` lists what was created, for undo after a failure.  Returns the results of
+// `*made` is for undo after a failure.  Returns the results of
 // tty_db_tty_register.
 uint32_t build(tty_db_speaker op, tty_db_type *db_h, uint32_t category, uint32_t tty_id,
                size_t entry_size, Registration *made) TTY_DB_REQUIRES_WRITE(db_h) {

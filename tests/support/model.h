@@ -1,6 +1,7 @@
-// A model of a database, made of plain maps, and the operations that are done to both: on lines,
-// items and blocks, in both block modes, with and without entry locking, at times while a call of
-// the heap or of a lock fails.  After each operation the database is compared with the model.
+// A model of a database, made of plain containers, and the operations that are done to both: on
+// lines, items and blocks, in both block modes, with and without entry locking, at times while a
+// call of the heap or of a lock fails.  After each operation the database is compared with the
+// model.
 //
 // The model test draws the operations at random, the fuzzer from bytes.
 
@@ -127,8 +128,7 @@ class Model {
     return tag.empty() ? nullptr : tag.c_str();
   }
 
-  // At times makes a call fail that the next operation makes: one whose failure does not end the
-  // process.
+  // At times makes a call of the next operation fail, but none whose failure ends the process.
   void maybe_fail_a_call() {
     static const char *const calls[] = {"calloc", "strdup", "pthread_rwlock_trywrlock",
                                         "pthread_mutex_init", "pthread_mutex_trylock"};
@@ -137,8 +137,8 @@ class Model {
     host::fail_call(call, 1 + static_cast<int>(below(3)));
   }
 
-  // Compares a result with the expected one.  An operation that is kept from it by a failed call
-  // says so instead.  Returns whether the operation has taken effect.
+  // Compares a result with the expected one.  If a call was made to fail, the result may be
+  // that of the failure instead.  Returns whether the operation has taken effect.
   bool took_effect(uint32_t rc, const std::string &expected) {
     const std::string failed = host::end_failing();
     const std::string result = result_name(rc);
