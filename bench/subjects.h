@@ -1,6 +1,6 @@
 // The subjects: the library, its floor and its peers.
 //
-// The floor makes only the C library's calls that the library has to make, on records in an array.
+// The floor makes only the calls of the C library that libttydb must make, on records in an array.
 // The peers are the containers that a program would use instead.
 //
 // Every subject allocates with malloc, and has:
@@ -90,8 +90,8 @@ class Library {
   tty_db_type *db_ = nullptr;
 };
 
-// The write lock, and the assertion of an internal routine that it is held: a try, a reading of the
-// clock and a timed try.
+// The write lock, and how internal routines assert that it is held: a try, a reading of the clock
+// and a timed try.
 class WriteLockFloor {
  public:
   explicit WriteLockFloor(pthread_rwlock_t &lock) : lock_(lock) { pthread_rwlock_trywrlock(&lock); }
@@ -184,8 +184,7 @@ class Floor {
     char rest[64];
   };
 
-  // An unlock, which first asserts that the record is held, and the wait for its holder: both are a
-  // try and an unlock.
+  // A try and an unlock: the calls of an unlock with its assertion, and of the wait for the holder.
   static void give_back(Record *record) {
     pthread_mutex_trylock(&record->head.lock);
     pthread_mutex_unlock(&record->head.lock);

@@ -451,9 +451,9 @@ class block {
 /**
  * The registered lines from a first to a last position, both inclusive, for a range-based `for`.
  *
- * Single pass: each advance looks for the next line in the database as it is then, and begin()
- * continues at the current place.  The range holds no lock between two lines.  It must not be
- * advanced after its database is destroyed.  Move-only; moving it invalidates its iterators.
+ * Single pass: begin() and each advance look for the next line in the database as it is then.  The
+ * range holds no lock between two lines.  It must not be advanced after its database is destroyed.
+ * Move-only; moving it invalidates its iterators.
  */
 class line_range {
  public:
@@ -628,8 +628,8 @@ class database {
     if (detail::check(result, "tty_db_tty_deregister", ec...)) held.release();
   }
   /**
-   * Deregisters a line.  A thread that holds the entry must pass its guard instead, which would
-   * otherwise unlock a freed entry.  Fails as tty_db_tty_deregister().
+   * Deregisters a line.  A thread that holds the entry must pass its guard instead, or the guard
+   * unlocks a freed entry.  Fails as tty_db_tty_deregister().
    */
   template <class... Ec>
   void deregister_line(position at, Ec&... ec) noexcept(detail::reports<Ec...>) {

@@ -25,7 +25,7 @@ constexpr int64_t kWindow = 10'000'000'000;  // nanoseconds
 // The content of a limit record.
 struct Limit {
   uint32_t version;  // 1
-  uint32_t raised;   // messages in the current window, including dropped ones
+  uint32_t seen;     // messages in the current window
   int64_t began;     // start of the window, by the monotonic clock
   int64_t reserved[2];
 };
@@ -53,14 +53,14 @@ bool within_limit(tty_db_msg_limit_type *record, const Line &line, uint32_t *lef
   Limit limit;  // a copy, because the record may not be aligned
   memcpy(&limit, record, sizeof(limit));
   *left_out = 0;
-  if (limit.raised == 0 || now - limit.began >= kWindow) {
-    if (limit.raised > kMaxRaised) *left_out = limit.raised - kMaxRaised;
-    limit.raised = 0;
+  if (limit.seen == 0 || now - limit.began >= kWindow) {
+    if (limit.seen > kMaxRaised) *left_out = limit.seen - kMaxRaised;
+    limit.seen = 0;
     limit.began = now;
   }
-  ++limit.raised;
+  ++limit.seen;
   memcpy(record, &limit, sizeof(limit));
-  latest_left_out = limit.raised > kMaxRaised;
+  latest_left_out = limit.seen > kMaxRaised;
   if (!latest_left_out) {
     // The record may count messages that the parent process dropped.
     num_untold -= *left_out < num_untold ? *left_out : num_untold;
@@ -117,7 +117,7 @@ bool take_latest(Line *line) {
   const Lock lock(message_lock);
   if (!latest_left_out) return false;
   latest_left_out = false;
-  --num_untold;
+  if (num_untold != 0) --num_untold;  // 0: counted already
   *line = latest;
   return true;
 }

@@ -1,8 +1,8 @@
 // Every call that the library makes of the heap and of the POSIX locks fails in turn.
 //
-// Each operation is done once for each of its calls, in a process of its own, and the test tells
-// what follows.  An operation that fails has changed nothing, the same operation then succeeds, and
-// nothing is left allocated in the end.
+// Each operation is done once for each of its calls, in a process of its own, and the test
+// checks the outcome.  An operation that fails has changed nothing, the same operation then
+// succeeds, and nothing is left allocated in the end.
 
 #include <stdio.h>
 #include <sys/wait.h>
@@ -37,7 +37,7 @@ long live_locks() {
          host::calls("pthread_rwlock_init") - host::calls("pthread_rwlock_destroy");
 }
 
-// Does an operation with its nth call failing, and writes what follows to standard error.
+// Does an operation with its nth call failing, and writes the outcome to standard error.
 void run_with_failure(const Operation &operation, int nth) {
   World world(operation.options);
   operation.prepare(world);
@@ -65,7 +65,7 @@ void run_with_failure(const Operation &operation, int nth) {
   }
 }
 
-// The rest of the row of a text that begins with a key, or "".
+// The rest of the row of `text` that begins with `key`, or "".
 std::string row_after(const std::string &text, const std::string &key) {
   const size_t at = text.find(key);
   if (at == std::string::npos) return "";

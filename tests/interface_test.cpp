@@ -1,5 +1,5 @@
-// What follows when a program passes bad arguments or writes over a record: the result, the
-// outputs, and a trace line or, from an internal routine, a failed assertion for each.
+// Bad arguments and overwritten records: the result, the outputs, and a trace line for each or,
+// from an internal routine, a failed assertion.
 
 #include "block/lookup.h"
 #include "block/release.h"
@@ -198,7 +198,7 @@ TEST_F(Assertions, ReportEachBadArgument) {
   EXPECT_ASSERTS(tty_db_cleanup_entry(nullptr, true), no_tty);
   EXPECT_ASSERTS(tty_db_item_find_insertion_point(nullptr, 1, nullptr), no_tty,
                  "insertion_point != NULL");
-  host::trace(true);  // the entry lines of these tell what their arguments point to
+  host::trace(true);  // these trace what their arguments point to
   EXPECT_ASSERTS(tty_db_block_resize_internal(nullptr, nullptr, 1, 0), no_db, no_block_handle,
                  "num_ttys > 0");
   EXPECT_ASSERTS(tty_db_iterate_next_internal(nullptr, nullptr, nullptr), "iterator_h != NULL",

@@ -36,8 +36,8 @@ uint32_t tty_db_block_check_for_overlap(tty_db_type *db_h, uint32_t category, ui
   TTY_DB_NEED(db_h != NULL);
   TTY_DB_NEED(category >= TTY_CATEGORY_MIN && category <= TTY_CATEGORY_MAX);
   if (op.ok()) {
-    // The blocks before the first one that ends after the start of the range do not reach it.  The
-    // blocks after it overlap only if it does.
+    // Checks the first block that ends after the start of the range.  Earlier blocks end before the
+    // range; later ones overlap only if this one does.
     const tty_db_block_type *block = *tty_db_index_find_link(db_h, category, first_tty);
     if (block == resize_block && block != nullptr) block = block->next_block;
     if (block != nullptr && block->details.first_tty < first_tty + num_ttys) {
@@ -93,7 +93,7 @@ namespace {
   return op.exit();
 }
 
-// Finds the block that contains an id in the index.  Returns false, with the output unchanged, if
+// Finds in the index the block that contains an id.  Returns false, with the output unchanged, if
 // there is none or an argument is invalid.
 bool look_up_block(const tty_db_type *db_h, uint32_t category, uint32_t tty_id,
                    tty_db_block_type **block) TTY_DB_REQUIRES_READ(db_h) {

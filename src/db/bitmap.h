@@ -51,8 +51,7 @@ class tty_db_bitmap {
     return 63 - static_cast<uint32_t>(__builtin_clzll(bits));
   }
 
-  // Return the first nonzero word from `from` on, or the last one below `bound`; kWords if there is
-  // none.
+  // Returns the first nonzero word from `from` on, or kWords.
   uint32_t first_word_from(uint32_t from) const {
     uint32_t group = from / 64;
     uint64_t rest = groups_[group] & ~(bit(from) - 1);
@@ -62,6 +61,7 @@ class tty_db_bitmap {
     }
     return group * 64 + lowest(rest);
   }
+  // Returns the last nonzero word below `bound`, or kWords.
   [[gnu::noinline]] uint32_t last_word_below(uint32_t bound) const {
     uint32_t group = bound / 64;
     uint64_t rest = groups_[group] & (bit(bound) - 1);

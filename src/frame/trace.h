@@ -38,7 +38,7 @@ extern tty_trace_context *tty_db_trace_ctx;
 extern uintptr_t tty_db_trace_enabled;
 extern uintptr_t tty_db_trace_reg[2];
 
-// Returns whether tracing is on.  If not, an index lookup can replace a traced walk.
+// Returns whether tracing is on.  If not, a lookup in the index replaces a walk that would trace.
 // TTY_DB_NO_TRACE_POINTS removes the trace points, to measure their cost.
 inline bool tty_db_tracing() {
 #ifdef TTY_DB_NO_TRACE_POINTS

@@ -1,6 +1,6 @@
 // Deregistering a line.
 //
-// The first step waits for the holder of the entry, who may be using the items.
+// The library waits for the holder before it frees the items, which the holder may be using.
 
 #include "block/index.h"
 #include "item/item.h"
@@ -33,7 +33,7 @@ void destroy_items(tty_db_speaker op, tty_db_tty_type *tty) {
 }
 
 // Returns whether a block is an empty automatic block that must be released.  A block in no list is
-// already being released.
+// already under release.
 bool is_left_over(const tty_db_type *db_h, const tty_db_block_type *block)
     TTY_DB_REQUIRES_WRITE(db_h) {
   return block->details.num_registered == 0 && (db_h->options & TTY_DB_OPT_AUTO_BLOCKS) != 0 &&
