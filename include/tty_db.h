@@ -29,10 +29,10 @@
  * it has the entry, no thread can take the write lock, the holder included.  Hold an entry only
  * briefly, and unlock it before retrying a write.
  * Deregistering a line waits for the thread that holds its entry, and keeps the write lock
- * meanwhile: an operation that reads waits for it, one that writes fails.  So a holder may read, or
- * deregister lines of another database, only if no other thread can deregister the line that it
- * holds, and threads that retrieve several entries do so in the same order.  Otherwise threads can
- * wait for each other forever.  A holder may deregister its own line.
+ * meanwhile: an operation that reads waits for it, one that writes fails.  So a holder may call an
+ * operation that reads, or deregister lines of another database, only if no other thread can
+ * deregister the line that it holds, and threads that retrieve several entries do so in the same
+ * order.  Otherwise threads can wait for each other forever.  A holder may deregister its own line.
  *
  * @par Threads that end
  * If a thread ends while it holds an entry, the entry stays held: retrieving it or deregistering

@@ -65,8 +65,7 @@ uint32_t allocate_entry(tty_db_speaker op, size_t entry_size, tty_db_tty_type **
 }
 
 // The steps that can fail: finds or reserves the block, creates the entry and locks it.
-// `*made` is for undo after a failure.  Returns the results of
-// tty_db_tty_register.
+// `*made` is for undo after a failure.  Returns the results of tty_db_tty_register.
 uint32_t build(tty_db_speaker op, tty_db_type *db_h, uint32_t category, uint32_t tty_id,
                size_t entry_size, Registration *made) TTY_DB_REQUIRES_WRITE(db_h) {
   uint32_t rc = find_or_reserve_block(op, db_h, category, tty_id, made);
